@@ -1,0 +1,112 @@
+#include "FileBytes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace {
+
+// Small enough to stay in the second-level cache between the read and the digest.
+constexpr std::size_t kPiece = 128 * 1024;
+// Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
+constexpr std::size_t kGrowth = 1024 * 1024;
+
+std::size_t readFully(int descriptor, std::uint8_t* out, std::size_t count, std::uint64_t offset) {
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t n =
+            ::pread(descriptor, out + done, count - done, static_cast<off_t>(offset + done));
+        if (n > 0) {
+            done += static_cast<std::size_t>(n);
+        } else if (n == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return done;
+}
+
+}  // namespace
+
+void ByteBuffer::Free::operator()(std::uint8_t* p) const {
+    std::free(p);
+}
+
+void ByteBuffer::resize(std::size_t size) {
+    if (size > capacity_) {
+        release();
+        const std::size_t rounded = (size + kGrowth - 1) / kGrowth * kGrowth;
+        bytes_.reset(static_cast<std::uint8_t*>(std::malloc(rounded)));
+        if (!bytes_) {
+            throw std::bad_alloc();
+        }
+        capacity_ = rounded;
+    }
+    size_ = size;
+}
+
+void ByteBuffer::release() {
+    bytes_.reset();
+    capacity_ = 0;
+    size_ = 0;
+}
+
+std::optional<std::uint64_t> regularFileSize(const boost::filesystem::path& file) {
+    struct stat status;
+    if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+FileBytes::~FileBytes() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+}
+
+bool FileBytes::open(const boost::filesystem::path& file) {
+    // Not blocking: the file may have been replaced by a FIFO since its status was read.
+    descriptor_ = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor_ < 0) {
+        return false;
+    }
+    struct stat status;
+    if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor_);
+        descriptor_ = -1;
+        return false;
+    }
+    size_ = static_cast<std::uint64_t>(status.st_size);
+    return true;
+}
+
+std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size_t count) const {
+    return descriptor_ < 0 ? 0 : readFully(descriptor_, out, count, offset);
+}
+
+std::size_t FileBytes::readAll(ByteBuffer& buffer) {
+    buffer.resize(static_cast<std::size_t>(size_));
+    md5_init(&md5_);
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        const std::size_t wanted = std::min(kPiece, buffer.size() - done);
+        const std::size_t got = readAt(done, buffer.data() + done, wanted);
+        md5_append(&md5_, buffer.data() + done, got);
+        done += got;
+        if (got < wanted) {
+            break;
+        }
+    }
+    std::memset(buffer.data() + done, 0, buffer.size() - done);
+    return done;
+}
+
+std::string FileBytes::digest() {
+    return md5FinishHex(&md5_);
+}

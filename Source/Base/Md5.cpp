@@ -1,0 +1,156 @@
+#include "Md5.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace {
+
+using Words = std::array<std::uint32_t, 4>;
+
+inline std::uint32_t loadLittleEndian(const std::uint8_t* p) {
+    std::uint32_t word;
+    std::memcpy(&word, p, sizeof word);
+    if constexpr (std::endian::native == std::endian::big) {
+        word = __builtin_bswap32(word);
+    }
+    return word;
+}
+
+inline void storeLittleEndian(std::uint8_t* p, std::uint32_t word) {
+    for (int i = 0; i < 4; ++i) {
+        p[i] = static_cast<std::uint8_t>(word >> (8 * i));
+    }
+}
+
+// The four rounds' mixing steps. `sum` is a + message word + constant, which does not depend on
+// the step before. In round two the two halves of the selection have no bit in common, so they are
+// added one after the other: the half that waits for the previous step's result comes last, and
+// one step's latency is shorter by one operation.
+template <int Shift>
+inline std::uint32_t stepF(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    return std::rotl(sum + (d ^ (b & (c ^ d))), Shift) + b;
+}
+template <int Shift>
+inline std::uint32_t stepG(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    sum += c & ~d;
+    return std::rotl(sum + (b & d), Shift) + b;
+}
+template <int Shift>
+inline std::uint32_t stepH(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    return std::rotl(sum + (b ^ (c ^ d)), Shift) + b;
+}
+template <int Shift>
+inline std::uint32_t stepI(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    return std::rotl(sum + (c ^ (b | ~d)), Shift) + b;
+}
+
+// floor(2^32 * abs(sin(i + 1))), RFC 1321 section 3.4.
+constexpr std::array<std::uint32_t, 64> kSines = {
+    0xd76aa478, 0xe8c7b756, 0x242070db, 0xc1bdceee, 0xf57c0faf, 0x4787c62a, 0xa8304613, 0xfd469501,
+    0x698098d8, 0x8b44f7af, 0xffff5bb1, 0x895cd7be, 0x6b901122, 0xfd987193, 0xa679438e, 0x49b40821,
+    0xf61e2562, 0xc040b340, 0x265e5a51, 0xe9b6c7aa, 0xd62f105d, 0x02441453, 0xd8a1e681, 0xe7d3fbc8,
+    0x21e1cde6, 0xc33707d6, 0xf4d50d87, 0x455a14ed, 0xa9e3e905, 0xfcefa3f8, 0x676f02d9, 0x8d2a4c8a,
+    0xfffa3942, 0x8771f681, 0x6d9d6122, 0xfde5380c, 0xa4beea44, 0x4bdecfa9, 0xf6bb4b60, 0xbebfbc70,
+    0x289b7ec6, 0xeaa127fa, 0xd4ef3085, 0x04881d05, 0xd9d4d039, 0xe6db99e5, 0x1fa27cf8, 0xc4ac5665,
+    0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
+    0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
+
+void processBlocks(Words& words, const std::uint8_t* data, std::size_t blocks) {
+    auto [a, b, c, d] = words;
+    for (; blocks != 0; --blocks, data += 64) {
+        std::uint32_t x[16];
+        for (int i = 0; i < 16; ++i) {
+            x[i] = loadLittleEndian(data + 4 * i);
+        }
+        const Words before{a, b, c, d};
+#pragma GCC unroll 4
+        for (unsigned i = 0; i < 16; i += 4) {
+            a = stepF<7>(a + kSines[i] + x[i], b, c, d);
+            d = stepF<12>(d + kSines[i + 1] + x[i + 1], a, b, c);
+            c = stepF<17>(c + kSines[i + 2] + x[i + 2], d, a, b);
+            b = stepF<22>(b + kSines[i + 3] + x[i + 3], c, d, a);
+        }
+#pragma GCC unroll 4
+        for (unsigned i = 0; i < 16; i += 4) {
+            a = stepG<5>(a + kSines[16 + i] + x[(5 * i + 1) % 16], b, c, d);
+            d = stepG<9>(d + kSines[17 + i] + x[(5 * i + 6) % 16], a, b, c);
+            c = stepG<14>(c + kSines[18 + i] + x[(5 * i + 11) % 16], d, a, b);
+            b = stepG<20>(b + kSines[19 + i] + x[(5 * i + 16) % 16], c, d, a);
+        }
+#pragma GCC unroll 4
+        for (unsigned i = 0; i < 16; i += 4) {
+            a = stepH<4>(a + kSines[32 + i] + x[(3 * i + 5) % 16], b, c, d);
+            d = stepH<11>(d + kSines[33 + i] + x[(3 * i + 8) % 16], a, b, c);
+            c = stepH<16>(c + kSines[34 + i] + x[(3 * i + 11) % 16], d, a, b);
+            b = stepH<23>(b + kSines[35 + i] + x[(3 * i + 14) % 16], c, d, a);
+        }
+#pragma GCC unroll 4
+        for (unsigned i = 0; i < 16; i += 4) {
+            a = stepI<6>(a + kSines[48 + i] + x[(7 * i) % 16], b, c, d);
+            d = stepI<10>(d + kSines[49 + i] + x[(7 * i + 7) % 16], a, b, c);
+            c = stepI<15>(c + kSines[50 + i] + x[(7 * i + 14) % 16], d, a, b);
+            b = stepI<21>(b + kSines[51 + i] + x[(7 * i + 21) % 16], c, d, a);
+        }
+        a += before[0];
+        b += before[1];
+        c += before[2];
+        d += before[3];
+    }
+    words = {a, b, c, d};
+}
+
+}  // namespace
+
+void md5_init(md5_state_t* state) {
+    state->words = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
+    state->length = 0;
+}
+
+void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count) {
+    const std::size_t buffered = state->length % 64;
+    state->length += count;
+    if (buffered != 0) {
+        const std::size_t taken = std::min(count, 64 - buffered);
+        std::copy_n(data, taken, state->block.begin() + static_cast<std::ptrdiff_t>(buffered));
+        if (buffered + taken < 64) {
+            return;
+        }
+        processBlocks(state->words, state->block.data(), 1);
+        data += taken;
+        count -= taken;
+    }
+    processBlocks(state->words, data, count / 64);
+    std::copy_n(data + count / 64 * 64, count % 64, state->block.begin());
+}
+
+void md5_finish(md5_state_t* state, std::uint8_t digest[16]) {
+    const std::uint64_t bits = state->length * 8;
+    std::array<std::uint8_t, 72> padding{0x80};
+    const std::size_t zeros = (119 - state->length % 64) % 64;  // up to 8 bytes before a block's end
+    storeLittleEndian(&padding[1 + zeros], static_cast<std::uint32_t>(bits));
+    storeLittleEndian(&padding[5 + zeros], static_cast<std::uint32_t>(bits >> 32));
+    md5_append(state, padding.data(), 9 + zeros);
+    for (std::size_t i = 0; i < 4; ++i) {
+        storeLittleEndian(digest + 4 * i, state->words[i]);
+    }
+}
+
+std::string md5FinishHex(md5_state_t* state) {
+    std::array<std::uint8_t, 16> digest;
+    md5_finish(state, digest.data());
+    std::string text;
+    text.reserve(32);
+    for (const std::uint8_t byte : digest) {
+        text += "0123456789abcdef"[byte >> 4];
+        text += "0123456789abcdef"[byte & 15];
+    }
+    return text;
+}
+
+std::string md5Hex(ByteView bytes) {
+    md5_state_t state;
+    md5_init(&state);
+    md5_append(&state, bytes.data(), bytes.size());
+    return md5FinishHex(&state);
+}

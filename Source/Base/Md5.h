@@ -1,0 +1,26 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "ByteView.h"
+
+/// State of one MD5 computation (RFC 1321): md5_init, any number of md5_append, md5_finish.
+struct md5_state_t {
+    std::array<std::uint32_t, 4> words;
+    std::uint64_t length;  // bytes appended so far
+    std::array<std::uint8_t, 64> block;
+};
+
+OXPARSER_EXPORT void md5_init(md5_state_t* state);
+OXPARSER_EXPORT void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count);
+OXPARSER_EXPORT void md5_finish(md5_state_t* state, std::uint8_t digest[16]);
+
+/// The digest as 32 lower-case hexadecimal digits, as the "FingerPrint" attribute holds it; ends
+/// the computation.
+std::string md5FinishHex(md5_state_t* state);
+
+/// The fingerprint of a whole block of bytes.
+std::string md5Hex(ByteView bytes);

@@ -1,0 +1,31 @@
+#include "OxParserImp.h"
+
+#include "Ascii.h"
+
+OxParserImp::OxParserImp() = default;
+OxParserImp::~OxParserImp() = default;
+
+boost::ptr_vector<OxFont>* OxParserImp::parseFontFile(boost::filesystem::path /*file*/) {
+    return nullptr;
+}
+
+bool OxParserImp::inspectFont(boost::filesystem::path /*file*/) {
+    return false;
+}
+
+bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
+    return false;
+}
+
+bool OxParserImp::repairFont(boost::filesystem::path /*file*/) {
+    return false;
+}
+
+void setPathAttributes(OxFont& font, const boost::filesystem::path& file) {
+    font.setAttribute(eFontFilePath, file.parent_path().string());
+    font.setAttribute(eFileName, file.filename().string());
+}
+
+bool hasExtension(const boost::filesystem::path& file, const char* extension) {
+    return ascii::toUpper(file.extension().string()) == extension;
+}

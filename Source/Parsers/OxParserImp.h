@@ -1,0 +1,42 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <boost/ptr_container/ptr_vector.hpp>
+
+#include "Export.h"
+#include "OxFont.h"
+
+/// The contract of a format parser.
+///
+/// A coordinator asks its registered parsers in order whether a file is theirs; the first that
+/// says yes parses it. Both calls run on one thread, with the coordinator's mutex held, so a parser
+/// needs no locks and must not call the coordinator back. Whatever a file holds, no exception
+/// leaves a parser: damage becomes diagnostics on the records.
+class OXPARSER_EXPORT OxParserImp {
+  public:
+    OxParserImp();
+    OxParserImp(const OxParserImp&) = delete;
+    OxParserImp& operator=(const OxParserImp&) = delete;
+
+    /// Parses `file` into a newly allocated list of records that the caller owns; null when the
+    /// file yields nothing.
+    virtual boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file);
+    /// True when this parser takes the file. Cheap; makes no records.
+    virtual bool inspectFont(boost::filesystem::path file);
+    /// Reserved.
+    virtual bool diagnoseFont(boost::filesystem::path file);
+    /// Reserved.
+    virtual bool repairFont(boost::filesystem::path file);
+    virtual ~OxParserImp();
+
+  protected:
+    /// Records that an implementation collects while it works; destroyed with it.
+    boost::ptr_vector<OxFont> fonts_;
+};
+
+/// What every parser of a plain file does first: the two path attributes.
+void setPathAttributes(OxFont& font, const boost::filesystem::path& file);
+
+/// True when the file name's extension, compared without regard to ASCII case, is `extension` (in
+/// upper case, with its dot).
+bool hasExtension(const boost::filesystem::path& file, const char* extension);
