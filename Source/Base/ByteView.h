@@ -116,6 +116,30 @@ class ByteView {
     std::size_t size_ = 0;
 };
 
+/// A view of bytes that are converted in place. Converting reverses a value's bytes, so a value
+/// that was big-endian in the file is then read with the little-endian reads; converting it once
+/// more restores the file's bytes.
+class MutableByteView {
+  public:
+    constexpr MutableByteView() = default;
+    constexpr MutableByteView(std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
+
+    constexpr ByteView view() const { return ByteView(data_, size_); }
+
+    void reverse(std::uint64_t offset, unsigned width, const char* field = "value") {
+        static_cast<void>(view().slice(offset, width, 1, field));
+        for (unsigned i = 0; i < width / 2; ++i) {
+            const std::uint8_t byte = data_[offset + i];
+            data_[offset + i] = data_[offset + width - 1 - i];
+            data_[offset + width - 1 - i] = byte;
+        }
+    }
+
+  private:
+    std::uint8_t* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
 /// A view whose missing bytes read as zero. The structures of classic Mac fonts are read this way:
 /// their resources are often a few bytes short.
 class ZeroPaddedView {

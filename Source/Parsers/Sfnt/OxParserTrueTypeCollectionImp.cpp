@@ -1,0 +1,165 @@
+#include "OxParserTrueTypeCollectionImp.h"
+
+#include <exception>
+
+#include "Log.h"
+#include "SfntTables.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using FontList = boost::ptr_vector<OxFont>;
+
+constexpr char kCategory[] = "OxParserTrueTypeCollectionImp";
+constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::TTC};
+
+constexpr std::uint64_t kShortestMember = 28;
+constexpr std::uint64_t kHeaderSize = 12;
+
+// What the members of one file may ask for altogether.
+constexpr std::size_t kMostRecords = 4096;
+constexpr std::uint64_t kMostTimesSummed = 256;
+constexpr std::uint64_t kSummedAllowance = 16 * 1024 * 1024;
+
+}  // namespace
+
+/// The file behind the members: its status, read once, and its bytes, read when the first member
+/// needs them.
+class OxParserTrueTypeCollectionImp::Source {
+  public:
+    explicit Source(const fs::path& file) : path(file), size(regularFileSize(file)) {
+        // A file that can no longer be read looks like one of zero bytes.
+        if (size && *size < kTooLargeToRead) {
+            bytes.open(file);
+        }
+    }
+
+    std::uint32_t u32(std::uint64_t offset) const {
+        std::uint8_t value[4] = {};
+        return bytes.readAt(offset, value, 4) == 4 ? ByteView(value, 4).u32be(0) : 0;
+    }
+    bool tooLarge() const { return size && *size >= kTooLargeToRead; }
+
+    const fs::path& path;
+    const std::optional<std::uint64_t> size;
+    FileBytes bytes;
+    bool loaded = false;
+};
+
+OxParserTrueTypeCollectionImp::OxParserTrueTypeCollectionImp(int PlatformId)
+    : OxParserTrueTypeImp(PlatformId) {}
+
+OxParserTrueTypeCollectionImp::~OxParserTrueTypeCollectionImp() = default;
+
+FontList* OxParserTrueTypeCollectionImp::parseFontFile(fs::path file) {
+    LogChannel(kCategory).info("parseFontFile:  ");
+    return validate(file);
+}
+
+bool OxParserTrueTypeCollectionImp::inspectFont(fs::path file) {
+    return hasExtension(file, ".TTC");
+}
+
+FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
+    const LogChannel log(kCategory);
+    auto fonts = std::make_unique<FontList>();
+    log.info("Parsing:  %s", file.string());
+    try {
+        Source source(file);
+        if (!source.size) {
+            log.error("damaged");
+            return fonts.release();
+        }
+        if (source.tooLarge()) {
+            fonts->push_back(new OxFont);
+            setPathAttributes(fonts->back(), file);
+            reportTooLarge(fonts->back(), kCategory);
+            return fonts.release();
+        }
+        tableBytesSummed_ = 0;
+        // Offsets past the end of the file are not read, so the count needs no other bound.
+        const std::uint64_t count = source.u32(8);
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const std::uint64_t entry = kHeaderSize + 4 * i;
+            if (entry + 4 > *source.size) {
+                break;
+            }
+            if (!fonts->empty() && !mayGoOn(source, fonts->size())) {
+                fonts->back().addDiagnostic(eError, 0, "Font data is too entangled to check");
+                break;
+            }
+            const auto offset = static_cast<std::int32_t>(source.u32(entry));
+            fonts->push_back(new OxFont);
+            validateMember(source, offset, fonts->back());
+        }
+    } catch (const std::exception& error) {
+        log.error(error.what());
+    }
+    return fonts.release();
+}
+
+FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file, std::int32_t offset) {
+    auto fonts = std::make_unique<FontList>();
+    fonts->push_back(new OxFont);
+    Source source(file);
+    validateMember(source, offset, fonts->back());
+    return fonts.release();
+}
+
+bool OxParserTrueTypeCollectionImp::mayGoOn(const Source& source, std::size_t records) const {
+    // The file's own digest is taken once, which no budget of digested bytes could stop.
+    return records < kMostRecords &&
+           tableBytesSummed_ <= kMostTimesSummed * *source.size + kSummedAllowance;
+}
+
+void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t offset,
+                                                   OxFont& font) {
+    const LogChannel log(kCategory);
+    try {
+        setPathAttributes(font, source.path);
+        font.setAttributeAsInt(eFontOffset, offset);
+        if (!source.size) {
+            font.addDiagnostic(eError, 2);
+            return;
+        }
+        if (*source.size < kShortestMember) {
+            const std::string text = "(file length=" + std::to_string(*source.size) + " )";
+            font.addDiagnostic(eError, 10000, text);
+            log.error(text);
+            return;
+        }
+        if (source.tooLarge()) {
+            reportTooLarge(font, kCategory);
+            return;
+        }
+        std::array<std::uint8_t, kOffsetTableSize> start{};
+        if (offset < 0 || source.bytes.readAt(static_cast<std::uint64_t>(offset), start.data(),
+                                              start.size()) < start.size()) {
+            start.fill(0);
+        }
+        const ByteView offsetTable(start.data(), start.size());
+        if (offsetTable.u32be(0) != kTrueTypeVersion) {
+            font.addDiagnostic(eError, 0, "True type collection must have Windows scalar type");
+            return;
+        }
+        if (source.loaded) {
+            font.setAttribute(eFingerprint, fileDigest_);
+        } else if (readImage(source.bytes, font)) {
+            source.loaded = true;
+            image_.beginSharing();
+        } else {
+            return;
+        }
+        const std::uint16_t tables = offsetTable.u16be(4);
+        if (tables > kMostTables) {
+            font.addDiagnostic(eError, 11001);
+            return;
+        }
+        walkDirectory(font, static_cast<std::uint64_t>(offset) + kOffsetTableSize, tables, kFormat);
+        resolveFoundry(font);
+        font.setFontType(kFormat.finalFontType);
+    } catch (const std::exception& error) {
+        log.error(error.what());
+    }
+    image_.undo();
+}

@@ -1,0 +1,107 @@
+#include "OxFontFactory.h"
+
+#include <exception>
+
+#include "Log.h"
+#include "OxParser.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+const LogChannel& logChannel() {
+    static const LogChannel channel("OxFontFactory");
+    return channel;
+}
+
+// Runs one step of a thread's body. An exception that left the body would end the host's process.
+template <typename Step>
+void guarded(const Step& step) {
+    try {
+        step();
+    } catch (const std::exception& error) {
+        logChannel().error(error.what());
+    } catch (...) {
+        logChannel().error("Unknown exception");
+    }
+}
+
+void letGo(std::unique_ptr<boost::thread>& thread) {
+    if (thread && thread->joinable()) {
+        thread->detach();
+    }
+    thread.reset();
+}
+
+}  // namespace
+
+OxFontFactory::OxFontFactory() = default;
+
+OxFontFactory::OxFontFactory(OxParser* coordinator, boost::shared_ptr<PathQueue>& pathQueue,
+                             boost::shared_ptr<FontQueue>& fontQueue)
+    : pathQueue_(pathQueue), fontQueue_(fontQueue), coordinator_(coordinator) {}
+
+OxFontFactory::~OxFontFactory() {
+    letGo(fontProducer_);
+    letGo(fileConsumer_);
+}
+
+void OxFontFactory::run() {
+    cancelled_ = false;
+    producing_ = true;
+    letGo(fileConsumer_);
+    letGo(fontProducer_);
+    fileConsumer_ = std::make_unique<boost::thread>(OxFileConsumer(this));
+    fontProducer_ = std::make_unique<boost::thread>(OxFontProducer(this));
+}
+
+void OxFontFactory::cancel() {
+    cancelled_ = true;
+    pathQueue_->clear();
+    pathQueue_->push(fs::path());
+}
+
+void OxFontFactory::consumeFiles() {
+    // Copies of its own: after the end marker is pushed, the factory may be gone at any moment.
+    const boost::shared_ptr<PathQueue> paths = pathQueue_;
+    const boost::shared_ptr<FontQueue> fonts = fontQueue_;
+    for (;;) {
+        fs::path file;
+        paths->wait_and_pop(file);
+        if (file.empty()) {
+            break;
+        }
+        guarded([&] {
+            const std::unique_ptr<boost::ptr_vector<OxFont>> records(coordinator_->parseFile(file));
+            while (records && !records->empty()) {
+                // The last record goes first; hosts rely on the order.
+                const boost::shared_ptr<OxFont> font(records->pop_back().release());
+                font->setSourceFile(file);
+                if (producing_) {
+                    coordinator_->recordQueued();
+                }
+                fonts->push(font);
+            }
+        });
+    }
+    fonts->push(boost::shared_ptr<OxFont>());
+}
+
+void OxFontFactory::produceFonts() {
+    const boost::shared_ptr<FontQueue> fonts = fontQueue_;
+    for (;;) {
+        boost::shared_ptr<OxFont> font;
+        fonts->wait_and_pop(font);
+        if (!font) {
+            break;
+        }
+        if (producing_) {
+            coordinator_->recordTaken();
+        }
+        guarded([&] {
+            coordinator_->NotifyFontProgress(coordinator_->filesParsed(),
+                                             coordinator_->totalFiles(), font);
+        });
+    }
+    guarded([&] { coordinator_->NotifyFontCompletion(cancelled_); });
+}

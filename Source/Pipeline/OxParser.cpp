@@ -1,0 +1,255 @@
+#include "OxParser.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <boost/filesystem/operations.hpp>
+#include <boost/thread/locks.hpp>
+#include <iostream>
+#include <log4cpp/PropertyConfigurator.hh>
+#include <map>
+#include <mutex>
+#include <tuple>
+
+#include "FontFoundryList.h"
+#include "LibraryResources.h"
+#include "Log.h"
+#include "OxParserOpenTypeImp.h"
+#include "OxParserTrueTypeCollectionImp.h"
+#include "OxParserTrueTypeImp.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+// More records than this waiting in the font queue, and parsing pauses until they are reported.
+constexpr int kMostQueuedRecords = 32;
+
+const LogChannel& logChannel() {
+    static const LogChannel channel("OxParser");
+    return channel;
+}
+
+enum class FoundryFile { Names, Codes };
+
+// Whether a coordinator must load this list: not when one has done so and the file is the same.
+// A host that makes many coordinators would otherwise grow the lists without changing an answer.
+bool notLoadedYet(FoundryFile kind, const fs::path& file) {
+    struct stat status;
+    if (::stat(file.c_str(), &status) != 0) {
+        return true;
+    }
+    using Version = std::tuple<off_t, time_t, long>;
+    static auto& loaded = *new std::map<std::pair<FoundryFile, std::string>, Version>;
+    static auto& mutex = *new std::mutex;
+    const Version version(status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
+    const std::lock_guard lock(mutex);
+    const auto [entry, isNew] = loaded.try_emplace({kind, fs::absolute(file).string()}, version);
+    if (!isNew && entry->second == version) {
+        return false;
+    }
+    entry->second = version;
+    return true;
+}
+
+std::queue<fs::path> queueOf(const fs::path& source) {
+    std::queue<fs::path> sources;
+    sources.push(source);
+    return sources;
+}
+
+}  // namespace
+
+/// One notification's turn at the mutex: announced before waiting for it, so that the next parse
+/// stands back, and closed before the mutex is released.
+class OxParser::NotificationTurn {
+  public:
+    explicit NotificationTurn(OxParser& parser) : parser_(parser) {
+        ++parser_.waitingNotifications_;
+        parser_.mutex_.lock();
+        --parser_.waitingNotifications_;
+    }
+    NotificationTurn(const NotificationTurn&) = delete;
+    NotificationTurn& operator=(const NotificationTurn&) = delete;
+    ~NotificationTurn() {
+        if (!parser_.notificationsGoFirst()) {
+            parser_.notificationsDone_.notify_all();
+        }
+        // After this a host may destroy the coordinator: nothing of it is touched any more.
+        parser_.mutex_.unlock();
+    }
+
+  private:
+    OxParser& parser_;
+};
+
+OxParser::OxParser(const fs::path& foundryNames, const fs::path& foundryCodes)
+    : OxParser(std::queue<fs::path>(), foundryNames, foundryCodes) {}
+
+OxParser::OxParser(const fs::path& source, const fs::path& foundryNames,
+                   const fs::path& foundryCodes)
+    : OxParser(queueOf(source), foundryNames, foundryCodes) {}
+
+OxParser::OxParser(const std::queue<fs::path>& sources, const fs::path& foundryNames,
+                   const fs::path& foundryCodes)
+    : sources_(sources) {
+    initialize();
+    loadFoundryList(foundryNames, foundryCodes);
+}
+
+OxParser::~OxParser() {
+    // Waits for the thread that called the last completion callback to let go of the mutex.
+    { const boost::lock_guard<boost::mutex> lock(mutex_); }
+    pathQueue_.reset();
+    fontQueue_.reset();
+    fileFactory_.reset();
+    fontFactory_.reset();
+}
+
+void OxParser::initialize() {
+    logChannel().info("OxParser::initialize:");
+    pathQueue_.reset(new OxFileFactory::PathQueue);
+    fontQueue_.reset(new OxFontFactory::FontQueue);
+    fileFactory_ = std::make_unique<OxFileFactory>(this, pathQueue_);
+    fontFactory_ = std::make_unique<OxFontFactory>(this, pathQueue_, fontQueue_);
+    // The order decides which parser wins a file.
+    addParserImp(new OxParserTrueTypeImp(0));
+    addParserImp(new OxParserOpenTypeImp(0));
+    addParserImp(new OxParserTrueTypeCollectionImp(0));
+}
+
+void OxParser::configure_log4cpp(const char* propertyFile) {
+    try {
+        log4cpp::PropertyConfigurator::configure(propertyFile);
+    } catch (const log4cpp::ConfigureFailure& failure) {
+        std::cout << "Configure Problem " << failure.what() << std::endl;
+    }
+}
+
+void OxParser::loadFoundryList(const fs::path& foundryNames, const fs::path& foundryCodes) {
+    // The spelling is what log readers look for.
+    logChannel().info("foundyCodeListPath:  %s", foundryCodes.string());
+    logChannel().info("foundyCodeListPath:  %s", foundryNames.string());
+    if (notLoadedYet(FoundryFile::Codes, foundryCodes)) {
+        theFoundries.LoadFoundryCodes(foundryCodes.string());
+    }
+    if (notLoadedYet(FoundryFile::Names, foundryNames)) {
+        theFoundries.LoadFoundryNames(foundryNames.string());
+    }
+}
+
+void OxParser::loadFoundryList() {
+    const fs::path names = libraryResource("foundrylist", "txt");
+    const fs::path codes = libraryResource("foundrycodelist", "txt");
+    const bool namesWanted = notLoadedYet(FoundryFile::Names, names);
+    const bool codesWanted = notLoadedYet(FoundryFile::Codes, codes);
+    if (namesWanted && codesWanted) {
+        theFoundries.LoadLists();
+    } else if (namesWanted) {
+        theFoundries.LoadFoundryNames(names.string());
+    } else if (codesWanted) {
+        theFoundries.LoadFoundryCodes(codes.string());
+    }
+}
+
+void OxParser::addParserImp(OxParserImp* imp) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    parsers_.push_back(imp);
+}
+
+void OxParser::removeParserImp(OxParserImp* imp) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const auto found =
+        std::find_if(parsers_.begin(), parsers_.end(),
+                     [imp](const OxParserImp& registered) { return &registered == imp; });
+    if (found != parsers_.end()) {
+        parsers_.erase(found);
+    }
+}
+
+bool OxParser::notificationsGoFirst() const {
+    return waitingNotifications_ > 0 || queuedRecords_ > kMostQueuedRecords;
+}
+
+boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
+    boost::unique_lock<boost::mutex> lock(mutex_);
+    while (notificationsGoFirst()) {
+        notificationsDone_.wait(lock);
+    }
+    // A file counts as parsed whatever becomes of it.
+    struct Count {
+        std::atomic<int>& parsed;
+        ~Count() { ++parsed; }
+    } const count{filesParsed_};
+    for (OxParserImp& parser : parsers_) {
+        if (parser.inspectFont(file)) {
+            return parser.parseFontFile(file);
+        }
+    }
+    return nullptr;
+}
+
+void OxParser::run() {
+    filesParsed_ = 0;
+    totalFiles_ = 0;
+    fileFactory_->run();
+    // With the mutex held, the completion callbacks, after which a host may destroy this object,
+    // wait until both threads have been started.
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    fontFactory_->run();
+}
+
+void OxParser::cancel() {
+    fileFactory_->cancel();
+    fontFactory_->cancel();
+}
+
+fs::path OxParser::getNextPath() {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    if (sources_.empty()) {
+        return {};
+    }
+    const fs::path next = sources_.front();
+    sources_.pop();
+    return next;
+}
+
+void OxParser::setTotalFilesToParse(int total) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    totalFiles_ = total;
+}
+
+void OxParser::NotifyFileProgress(int found, int total, void* context) {
+    const NotificationTurn turn(*this);
+    for (const FileProgressCallback& callback : fileProgressCallbacks) {
+        callback(found, total, context);
+    }
+}
+
+void OxParser::NotifyFileCompletion(bool cancelled) {
+    const NotificationTurn turn(*this);
+    for (const CompletionCallback& callback : fileCompletionCallbacks) {
+        callback(cancelled);
+    }
+}
+
+void OxParser::NotifyFontProgress(int parsed, int total, boost::shared_ptr<OxFont> font) {
+    const NotificationTurn turn(*this);
+    for (const FontProgressCallback& callback : fontProgressCallbacks) {
+        callback(parsed, total, font);
+    }
+}
+
+void OxParser::NotifyFontCompletion(bool cancelled) {
+    const NotificationTurn turn(*this);
+    for (const CompletionCallback& callback : fontCompletionCallbacks) {
+        callback(cancelled);
+    }
+}
+
+void OxParser::NotifyWalkError(const fs::path& path, const boost::system::error_code& error) {
+    const NotificationTurn turn(*this);
+    for (const WalkErrorCallback& callback : walkErrorCallbacks) {
+        callback(path, error);
+    }
+}

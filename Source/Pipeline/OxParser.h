@@ -1,0 +1,140 @@
+#pragma once
+
+#include <atomic>
+#include <boost/filesystem/path.hpp>
+#include <boost/function.hpp>
+#include <boost/ptr_container/ptr_vector.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/system/error_code.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <memory>
+#include <queue>
+#include <vector>
+
+#include "Export.h"
+#include "OxFileFactory.h"
+#include "OxFont.h"
+#include "OxFontFactory.h"
+#include "OxParserImp.h"
+#include "OxQueue.h"
+
+/// The coordinator of a scan: owns the format parsers, the queues and the threads, and hands every
+/// font record to the host's callbacks.
+///
+/// Use: construct with the paths to scan, append callbacks, `run`, wait for the font completion
+/// callback, destroy. A coordinator is run once. `run` walks the paths and returns; parsing goes on
+/// in background threads until the font completion callbacks are called. Once those have returned,
+/// any other thread may destroy the coordinator at once.
+///
+/// All callbacks run on the coordinator's threads with its mutex held: they must not call back
+/// into the coordinator (nor destroy it). While one runs, no file is parsed.
+class OXPARSER_EXPORT OxParser {
+  public:
+    using FileProgressCallback = boost::function<void(int, int, void*)>;
+    using FontProgressCallback = boost::function<void(int, int, boost::shared_ptr<OxFont>)>;
+    using CompletionCallback = boost::function<void(bool)>;
+    using WalkErrorCallback =
+        boost::function<void(const boost::filesystem::path&, const boost::system::error_code&)>;
+
+    /// No source: finds no files.
+    OxParser(const boost::filesystem::path& foundryNames,
+             const boost::filesystem::path& foundryCodes);
+    /// Scans one file or folder.
+    OxParser(const boost::filesystem::path& source, const boost::filesystem::path& foundryNames,
+             const boost::filesystem::path& foundryCodes);
+    /// Scans several files and folders, in order.
+    OxParser(const std::queue<boost::filesystem::path>& sources,
+             const boost::filesystem::path& foundryNames,
+             const boost::filesystem::path& foundryCodes);
+    OxParser(const OxParser&) = delete;
+    OxParser& operator=(const OxParser&) = delete;
+    virtual ~OxParser();
+
+    /// Creates the queues and factories and registers the parsers; the constructors call it.
+    void initialize();
+
+    /// Configures log4cpp from a property file. A failure is written to standard output
+    /// ("Configure Problem ..."), nothing is thrown.
+    static void configure_log4cpp(const char* propertyFile);
+
+    /// Loads the two lists into theFoundries, the codes first. A file that a coordinator of this
+    /// process has loaded and that has not changed since is not loaded again.
+    void loadFoundryList(const boost::filesystem::path& foundryNames,
+                         const boost::filesystem::path& foundryCodes);
+    /// Loads the library's own two lists.
+    void loadFoundryList();
+
+    /// Appends a parser to the registry, which owns it from then on.
+    void addParserImp(OxParserImp* imp);
+    /// Removes and deletes exactly this parser; does nothing when it is not registered.
+    void removeParserImp(OxParserImp* imp);
+    /// Has the first parser that accepts `file` parse it. The caller owns the list; null when no
+    /// parser accepts the file or it yields nothing.
+    boost::ptr_vector<OxFont>* parseFile(const boost::filesystem::path& file);
+
+    /// Walks all sources, then starts the parsing threads and returns.
+    void run();
+    /// Ends the scan early; neither waits nor joins. Callable from any thread, but not from a
+    /// callback.
+    void cancel();
+
+    /// Removes and returns the next source; an empty path when none is left.
+    boost::filesystem::path getNextPath();
+    void setTotalFilesToParse(int total);
+    /// Files offered to the registry so far; -1 before `run`.
+    int filesParsed() const { return filesParsed_; }
+    /// Files that the walk found; -1 before `run`, 0 until the walk has ended.
+    int totalFiles() const { return totalFiles_; }
+
+    /// Call every callback of the matching list, in order. What a callback throws is passed on.
+    void NotifyFileProgress(int found, int total, void* context);
+    void NotifyFileCompletion(bool cancelled);
+    void NotifyFontProgress(int parsed, int total, boost::shared_ptr<OxFont> font);
+    void NotifyFontCompletion(bool cancelled);
+    void NotifyWalkError(const boost::filesystem::path& path,
+                         const boost::system::error_code& error);
+
+    /// Asks for the tolerant walk; to be called before `run`. Folders and entries that cannot be
+    /// read are reported through walkErrorCallbacks and skipped, links to an ancestor are not
+    /// followed, Mac sidecars are left out, and a cancelled walk stops.
+    void setTolerantWalk(bool tolerant) { tolerantWalk_ = tolerant; }
+    bool tolerantWalk() const { return tolerantWalk_; }
+
+  private:
+    friend class OxFontFactory;
+    class NotificationTurn;
+
+    void recordQueued() { ++queuedRecords_; }
+    void recordTaken() { --queuedRecords_; }
+    bool notificationsGoFirst() const;
+
+    std::unique_ptr<OxFileFactory> fileFactory_;
+    std::unique_ptr<OxFontFactory> fontFactory_;
+    boost::shared_ptr<OxFileFactory::PathQueue> pathQueue_;
+    boost::shared_ptr<OxFontFactory::FontQueue> fontQueue_;
+    std::queue<boost::filesystem::path> sources_;
+    boost::ptr_vector<OxParserImp> parsers_;
+    boost::mutex mutex_;
+    std::atomic<int> filesParsed_{-1};
+    std::atomic<int> totalFiles_{-1};
+
+  public:
+    /// (files found so far, files found so far, null), once a file found; walk thread.
+    std::vector<FileProgressCallback> fileProgressCallbacks;
+    /// (files parsed, total files, the font), once a record; font-producer thread.
+    std::vector<FontProgressCallback> fontProgressCallbacks;
+    /// (whether cancelled), once, after the walk; walk thread.
+    std::vector<CompletionCallback> fileCompletionCallbacks;
+    /// (whether cancelled), once, after the last record; font-producer thread.
+    std::vector<CompletionCallback> fontCompletionCallbacks;
+    /// (path, error) of what a tolerant walk could not read; walk thread.
+    std::vector<WalkErrorCallback> walkErrorCallbacks;
+
+  private:
+    std::atomic<bool> tolerantWalk_{false};
+    // A parse gives way to these, so that records reach the host while later files are parsed.
+    std::atomic<int> waitingNotifications_{0};
+    std::atomic<int> queuedRecords_{0};
+    boost::condition_variable notificationsDone_;
+};
