@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 
 namespace {
@@ -90,12 +89,13 @@ std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size
     return descriptor_ < 0 ? 0 : readFully(descriptor_, out, count, offset);
 }
 
-std::size_t FileBytes::readAll(ByteBuffer& buffer) {
-    buffer.resize(static_cast<std::size_t>(size_));
+std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {
+    const auto size = static_cast<std::size_t>(size_);
+    buffer.resize(size + padding);
     md5_init(&md5_);
     std::size_t done = 0;
-    while (done < buffer.size()) {
-        const std::size_t wanted = std::min(kPiece, buffer.size() - done);
+    while (done < size) {
+        const std::size_t wanted = std::min(kPiece, size - done);
         const std::size_t got = readAt(done, buffer.data() + done, wanted);
         md5_append(&md5_, buffer.data() + done, got);
         done += got;
@@ -103,7 +103,7 @@ std::size_t FileBytes::readAll(ByteBuffer& buffer) {
             break;
         }
     }
-    std::memset(buffer.data() + done, 0, buffer.size() - done);
+    std::fill_n(buffer.data() + done, buffer.size() - done, std::uint8_t{0});
     return done;
 }
 

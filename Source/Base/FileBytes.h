@@ -60,9 +60,10 @@ class FileBytes {
     /// answers the number of bytes read, fewer at the file's end or after an error.
     std::size_t readAt(std::uint64_t offset, std::uint8_t* out, std::size_t count) const;
 
-    /// Reads the whole file into `buffer`, which becomes size() bytes long (bytes that could not
-    /// be read are zero), and digests what was read. Answers the number of bytes read.
-    std::size_t readAll(ByteBuffer& buffer);
+    /// Reads the whole file into `buffer`, which becomes size() + `padding` bytes long (the padding
+    /// and bytes that could not be read are zero), and digests what was read. Answers the number
+    /// of bytes read.
+    std::size_t readAll(ByteBuffer& buffer, std::size_t padding = 0);
     /// The digest of the bytes that readAll read, as lower-case hexadecimal text.
     std::string digest();
 

@@ -1,6 +1,8 @@
 #include "OxParserImp.h"
 
 #include "Ascii.h"
+#include "FileBytes.h"
+#include "Log.h"
 
 OxParserImp::OxParserImp() = default;
 OxParserImp::~OxParserImp() = default;
@@ -28,4 +30,9 @@ void setPathAttributes(OxFont& font, const boost::filesystem::path& file) {
 
 bool hasExtension(const boost::filesystem::path& file, const char* extension) {
     return ascii::toUpper(file.extension().string()) == extension;
+}
+
+void reportTooLarge(OxFont& font, const boost::filesystem::path& file, const LogChannel& log) {
+    font.addDiagnostic(eError, 0, kTooLargeText);
+    log.error(std::string(kTooLargeText) + ":  " + file.string());
 }
