@@ -15,6 +15,8 @@ namespace {
 constexpr std::size_t kPiece = 128 * 1024;
 // Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
 constexpr std::size_t kGrowth = 1024 * 1024;
+// A block beyond this is given back when the next file needs much less.
+constexpr std::size_t kKept = 64 * 1024 * 1024;
 
 std::size_t readFully(int descriptor, std::uint8_t* out, std::size_t count, std::uint64_t offset) {
     std::size_t done = 0;
@@ -37,7 +39,7 @@ void ByteBuffer::Free::operator()(std::uint8_t* p) const {
 }
 
 void ByteBuffer::resize(std::size_t size) {
-    if (size > capacity_) {
+    if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4)) {
         release();
         const std::size_t rounded = (size + kGrowth - 1) / kGrowth * kGrowth;
         bytes_.reset(static_cast<std::uint8_t*>(std::malloc(rounded)));

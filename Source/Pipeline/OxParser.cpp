@@ -15,6 +15,8 @@
 #include "LibraryResources.h"
 #include "Log.h"
 #include "OxParserOpenTypeImp.h"
+#include "OxParserPFBImp.h"
+#include "OxParserPFMImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "OxParserTrueTypeImp.h"
 
@@ -115,6 +117,8 @@ void OxParser::initialize() {
     // The order decides which parser wins a file.
     addParserImp(new OxParserTrueTypeImp(0));
     addParserImp(new OxParserOpenTypeImp(0));
+    addParserImp(new OxParserPFMImp);
+    addParserImp(new OxParserPFBImp);
     addParserImp(new OxParserTrueTypeCollectionImp(0));
 }
 

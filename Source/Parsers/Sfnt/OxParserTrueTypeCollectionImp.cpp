@@ -1,6 +1,7 @@
 #include "OxParserTrueTypeCollectionImp.h"
 
 #include <exception>
+#include <new>
 
 #include "Log.h"
 #include "SfntTables.h"
@@ -73,7 +74,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
         if (source.tooLarge()) {
             fonts->push_back(new OxFont);
             setPathAttributes(fonts->back(), file);
-            reportTooLarge(fonts->back(), kCategory);
+            reportTooLarge(fonts->back(), file, log);
             return fonts.release();
         }
         tableBytesSummed_ = 0;
@@ -129,7 +130,7 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
             return;
         }
         if (source.tooLarge()) {
-            reportTooLarge(font, kCategory);
+            reportTooLarge(font, source.path, log);
             return;
         }
         std::array<std::uint8_t, kOffsetTableSize> start{};
@@ -144,11 +145,10 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
         }
         if (source.loaded) {
             font.setAttribute(eFingerprint, fileDigest_);
-        } else if (readImage(source.bytes, font)) {
+        } else {
+            readImage(source.bytes, font);
             source.loaded = true;
             image_.beginSharing();
-        } else {
-            return;
         }
         const std::uint16_t tables = offsetTable.u16be(4);
         if (tables > kMostTables) {
@@ -158,6 +158,8 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
         walkDirectory(font, static_cast<std::uint64_t>(offset) + kOffsetTableSize, tables, kFormat);
         resolveFoundry(font);
         font.setFontType(kFormat.finalFontType);
+    } catch (const std::bad_alloc&) {
+        reportTooLarge(font, source.path, log);
     } catch (const std::exception& error) {
         log.error(error.what());
     }

@@ -221,7 +221,7 @@ FontList* OxParserTrueTypeImp::validateFile(const fs::path& file, const SfntForm
             return fonts.release();
         }
         if (*size >= kTooLargeToRead) {
-            reportTooLarge(font, format.category);
+            reportTooLarge(font, file, log);
             return fonts.release();
         }
         // A file that can no longer be read looks like one whose offset table is zero.
@@ -247,9 +247,7 @@ FontList* OxParserTrueTypeImp::validateFile(const fs::path& file, const SfntForm
         if (version->fontType >= 0) {
             font.setFontType(version->fontType);
         }
-        if (!readImage(bytes, font)) {
-            return fonts.release();
-        }
+        readImage(bytes, font);
         if (offsetTable.numTables > kMostTables) {
             font.addDiagnostic(eError, 11001);
             return fonts.release();
@@ -262,33 +260,23 @@ FontList* OxParserTrueTypeImp::validateFile(const fs::path& file, const SfntForm
             resolveFoundry(font);
             font.setFontType(format.finalFontType);
         }
+    } catch (const std::bad_alloc&) {
+        reportTooLarge(font, file, log);
     } catch (const std::exception& error) {
         log.error(error.what());
     }
     return fonts.release();
 }
 
-bool OxParserTrueTypeImp::readImage(FileBytes& file, OxFont& font) {
+void OxParserTrueTypeImp::readImage(FileBytes& file, OxFont& font) {
     image_.forget();
-    try {
-        if (file.size() >= kTooLargeToRead) {
-            throw std::bad_alloc();
-        }
-        file.readAll(fileBuffer_);
-    } catch (const std::bad_alloc&) {
-        fileBuffer_.release();
-        reportTooLarge(font, kCategory);
-        return false;
+    if (file.size() >= kTooLargeToRead) {
+        throw std::bad_alloc();
     }
+    file.readAll(fileBuffer_);
     image_.refer(fileBuffer_.data(), fileBuffer_.size());
     fileDigest_ = file.digest();
     font.setAttribute(eFingerprint, fileDigest_);
-    return true;
-}
-
-void OxParserTrueTypeImp::reportTooLarge(OxFont& font, const char* category) {
-    font.addDiagnostic(eError, 0, kTooLargeText);
-    LogChannel(category).error(kTooLargeText);
 }
 
 void OxParserTrueTypeImp::resolveFoundry(OxFont& font) {

@@ -90,16 +90,14 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     boost::ptr_vector<OxFont>* validateFile(const boost::filesystem::path& file,
                                             const SfntFormat& format,
                                             ttf::tagFontDirectory* directory = nullptr);
-    /// Reads the opened file into the image and sets the fingerprint; reports a file that memory
-    /// does not suffice for and answers false.
-    bool readImage(FileBytes& file, OxFont& font);
+    /// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with no
+    /// image, for a file that is too large or that memory does not suffice for.
+    void readImage(FileBytes& file, OxFont& font);
     /// Walks `count` records of the table directory at `start`, reading every table that the
     /// format reads.
     void walkDirectory(OxFont& font, std::uint64_t start, unsigned count, const SfntFormat& format);
     /// "Foundry" from the record's copyright text; "Unknown" when that leaves it empty.
     static void resolveFoundry(OxFont& font);
-    /// Reports that the file is too large, on the record and in the log.
-    static void reportTooLarge(OxFont& font, const char* category);
 
     /// Runs a table reader: checksum comparison, then `body`; what it throws is reported.
     bool readTable(const SfntTable& table, const ttf::tagTableDirectory* record, OxFont& font,
