@@ -4,6 +4,7 @@
 
 #include "CString.h"
 #include "Log.h"
+#include "ParserSupport.h"
 #include "SfntTables.h"
 
 namespace {

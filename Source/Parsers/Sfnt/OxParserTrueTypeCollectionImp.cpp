@@ -4,6 +4,7 @@
 #include <new>
 
 #include "Log.h"
+#include "ParserSupport.h"
 #include "SfntTables.h"
 
 namespace {

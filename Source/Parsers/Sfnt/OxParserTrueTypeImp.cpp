@@ -10,6 +10,7 @@
 #include "FontFoundryList.h"
 #include "Log.h"
 #include "MacRoman.h"
+#include "ParserSupport.h"
 #include "SfntTables.h"
 
 namespace {

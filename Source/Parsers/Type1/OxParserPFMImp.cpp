@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Log.h"
+#include "ParserSupport.h"
 
 namespace {
 
