@@ -1,0 +1,249 @@
+// Names everything that a host may rely on, so that renaming or dropping any of it fails to
+// compile or link here. Behaviour is tested elsewhere.
+#include <oxparser/ErrorCatalogue.h>
+#include <oxparser/FontFoundryList.h>
+#include <oxparser/FoundryName.h>
+#include <oxparser/Keywords.h>
+#include <oxparser/OxFontComparer.h>
+#include <oxparser/OxParser.h>
+#include <oxparser/OxParserOpenTypeImp.h>
+#include <oxparser/OxParserPFBImp.h>
+#include <oxparser/OxParserPFMImp.h>
+#include <oxparser/OxParserTrueTypeCollectionImp.h>
+#include <oxparser/OxParserTrueTypeImp.h>
+#include <oxparser/PfbHeader.h>
+#include <oxparser/TokenScanner.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <type_traits>
+
+namespace {
+
+using FontList = boost::ptr_vector<OxFont>;
+using Path = boost::filesystem::path;
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        std::fprintf(stderr, "%s\n", what);
+        std::exit(1);
+    }
+}
+
+// A parser of a host's own: the contract's slots, and the base's list of records.
+class HostParser : public OxParserImp {
+  public:
+    FontList* parseFontFile(Path) override {
+        fonts_.push_back(new OxFont);
+        return nullptr;
+    }
+    bool inspectFont(Path) override { return true; }
+    bool diagnoseFont(Path) override { return false; }
+    bool repairFont(Path) override { return false; }
+};
+
+// What the parsers keep for subclasses.
+class KeptState : public OxParserTrueTypeImp {
+  public:
+    using OxParserTrueTypeImp::OxParserTrueTypeImp;
+    bool nothingKept() const { return !italic_ && glyphCount_ == 0 && platformId_ == 2; }
+};
+
+void nameRecord() {
+    const char* const keys[] = {
+        eFontFilePath,   eFileName,   ePlatform,       ePrinterFilePath, eBasename,
+        ePostscriptname, eFullname,   eDisplayname,    eFamilyname,      eSubFamilyname,
+        eFoundry,        eType,       eCopyright,      eKerningChecksum, eFingerprint,
+        eFontVersion,    eUniqueId,   eTrademark,      eWeight,          eWidth,
+        eMonospace,      eItalic,     eStyle,          eFontId,          eResourcename,
+        eSize,           eStyleType,  eResourceType,   eFntSize,         eMultipleMaster,
+        eFontOffset,     eSourcePath, eDestinationPath};
+    static_assert(sizeof keys / sizeof *keys == 33);
+    static_assert(eWarning == 0 && eError == 1 && eNote == 2);
+    static_assert(OxFont::T1 == 0 && OxFont::TT == 1 && OxFont::Bi == 2 && OxFont::DF == 4 &&
+                  OxFont::TTF == 5 && OxFont::TTC == 6 && OxFont::OTPS == 7 && OxFont::OTTT == 8 &&
+                  OxFont::PFB == 9 && OxFont::T1Outline == 10 && OxFont::T3Outline == 11 &&
+                  OxFont::notSure == 20);
+    static_assert(std::has_virtual_destructor_v<OxFont>);
+    require(OxFont::_fontType.size() == 12, "font type table");
+
+    OxFont font;
+    font.setAttribute(eFamilyname, "Acme");
+    font.setAttributeAsInt(eWeight, 400);
+    require(font.getAttributeAsInt(eWeight) == 400 && font.getAttribute(eFamilyname) == "Acme",
+            "attributes");
+    font.setFontType(OxFont::TTF);
+    require(font.getFontType() == 5, "font type");
+    font.addDiagnostic(eNote, 1);
+    font.addDiagnostic(eError, 2, "two");
+    font.removeDiagnostic({eNote, 1, ""});
+    std::vector<int> codes;
+    std::vector<std::string> texts;
+    font.getDiagnosticsByType(eError, codes, texts);
+    font.getErrors(codes, texts);
+    font.getWarnings(codes, texts);
+    font.getNotes(codes, texts);
+    int code = 0;
+    std::string text;
+    require(font.getNextError(0, code, text) && codes.size() == 2, "diagnostics");
+    font.setPrinterFontAttributes({{eFullname, "Acme Bold"}});
+    font.addResource(1, 2);
+    font.mergeMultipleMasterFont(font);
+    require(font.getResourceCount(1) == 2 && font.getResourceByType(1).second == 2, "resources");
+    font.printerFontPaths.emplace_back("/p");
+    require(
+        font.getGeneratedSuitcaseName().empty() && font.getGeneratedSuitcaseFolder() == "Unknown",
+        "suitcase names");
+    font.setSourceFile("/f");
+    require(font.sourceFile() == "/f" && font.diagnostics().size() == 1 &&
+                font.resources().size() == 2 && !font.attributes().empty(),
+            "views");
+    OxFont copy(font);
+    copy = font;
+    require(OxFontComparer(font)(copy), "comparer");
+}
+
+void namePlainFunctions() {
+    ErrorTableEntry entry = {};
+    require(GetErrorMessage(10000, &entry) == 1 && entry.code == 10000 && entry.kind == 0 &&
+                entry.message != nullptr && errorTable[166].code == -9999 &&
+                errorTable[166].message == nullptr,
+            "catalogue");
+    char out[1024] = {};
+    require(XGetFoundryName("nothing", out) == 0 && stristr("abc", "B") != nullptr, "foundry name");
+    require(set_line("12") == 0 && get_next_token() == 0 && tokentype == 4 && tokenlen == 2 &&
+                tokenval[0] == '1' && iIndex == 2 && jIndex == 2 && cpLine != nullptr,
+            "scanner");
+    char buffer[2049] = {};
+    PfbHeader header = {};
+    require(ParsePFBHeader(buffer, &header) == 0 && sizeof header == 2048, "header");
+    require(kSymbols[7].id == 1 && kFontInfoSymbols[6].id == 1 && kPS3Symbols[2].id == 4 &&
+                sizeof(SymbolMapping) == 36,
+            "keywords");
+    theFoundries.LoadLists();
+    theFoundries.LoadFoundryNames("/missing");
+    theFoundries.LoadFoundryCodes("/missing");
+    require(theFoundries.FindFoundryFromCode("LINO") != "Unknown", "installed lists");
+    require(theFoundries.FindFoundryFromCopyright("") == "Unknown", "foundry list");
+}
+
+void nameParsers() {
+    OxParserTrueTypeImp trueType(0);
+    OxParserOpenTypeImp openType(0);
+    OxParserTrueTypeCollectionImp collection(0);
+    OxParserPFBImp pfb;
+    OxParserPFMImp pfm;
+    OxFont font;
+    ttf::tagFontDirectory directory = {};
+    ttf::tagTableDirectory table = {};
+    const ttf::tagNameRecord name = {};
+    const unsigned char storage[2] = {};
+    const Path missing("/missing");
+    for (FontList* fonts :
+         {trueType.validate(missing), trueType.validate(font, directory, sizeof directory),
+          trueType.validate(missing, directory), openType.validate(missing),
+          collection.validate(missing), collection.validate(missing, 0), pfb.validate(missing),
+          pfm.validate(missing)}) {
+        delete fonts;
+    }
+    bool (OxParserTrueTypeImp::*const readers[])(const ttf::tagTableDirectory*, OxFont&) = {
+        &OxParserTrueTypeImp::parseCharacterMapTable,
+        &OxParserTrueTypeImp::parseFontHeaderTable,
+        &OxParserTrueTypeImp::parseHorizontalHeaderTable,
+        &OxParserTrueTypeImp::parseGlyfTable,
+        &OxParserTrueTypeImp::parseHorizontalMetricsTable,
+        &OxParserTrueTypeImp::parseGlyfLocationTable,
+        &OxParserTrueTypeImp::parseMaximumProfileTable,
+        &OxParserTrueTypeImp::parseNameTable,
+        &OxParserTrueTypeImp::parseOS2Table,
+        &OxParserTrueTypeImp::parsePostscriptTable,
+        &OxParserTrueTypeImp::parseKerningTable};
+    for (const auto reader : readers) {
+        (trueType.*reader)(&table, font);
+    }
+    openType.parseCompactFontFormatTable(&table, font);
+    trueType.preflightTable(&table, font, 0);
+    trueType.get_name_table_string(&name, storage);
+    const std::uint32_t word = 0;
+    require(trueType.calcTableChecksum(&word, 4) == 0 &&
+                OxParserTrueTypeImp::getTableStructureSize(0x68656164) == 46 &&
+                OxParserTrueTypeImp::endian_swaplong(1) == 0x01000000 &&
+                OxParserTrueTypeImp::endian_swapword(1) == 0x0100 &&
+                !OxParserTrueTypeImp::is_big_endian(),
+            "sfnt helpers");
+    require(KeptState(2).nothingKept(), "kept state");
+    bool (OxParserPFMImp::*const noChecks[])(OxFont&) = {&OxParserPFMImp::check_T1_kernPairs,
+                                                         &OxParserPFMImp::check_T1_kernTrack};
+    for (const auto check : noChecks) {
+        require((pfm.*check)(font), "PFM checks");
+    }
+    static_cast<void>(&OxParserPFMImp::check_T1_header);
+    static_cast<void>(&OxParserPFMImp::check_T1_extension);
+    static_cast<void>(&OxParserPFMImp::check_T1_extTextMetrics);
+}
+
+void namePipeline() {
+    OxQueue<int> queue;
+    queue.push(1);
+    queue.clear();
+    queue.push(2);
+    int item = 0;
+    queue.wait_and_pop(item);
+    require(item == 2, "queue");
+
+    std::queue<Path> sources;
+    sources.push("/missing");
+    OxParser noSource("", "");
+    OxParser oneSource(Path("/missing"), "", "");
+    OxParser parser(sources, "", "");
+    OxParser::configure_log4cpp("/missing");
+    parser.loadFoundryList("", "");
+    parser.loadFoundryList();
+    auto* const host = new HostParser;
+    parser.addParserImp(host);
+    require(parser.parseFile("/any") == nullptr, "host's parser");
+    parser.removeParserImp(host);
+    parser.setTolerantWalk(true);
+    std::promise<void> done;
+    parser.fileProgressCallbacks.push_back([](int, int, void*) {});
+    parser.fontProgressCallbacks.push_back([](int, int, boost::shared_ptr<OxFont>) {});
+    parser.fileCompletionCallbacks.push_back([](bool) {});
+    parser.fontCompletionCallbacks.push_back([&done](bool) { done.set_value(); });
+    parser.walkErrorCallbacks.push_back([](const Path&, const boost::system::error_code&) {});
+    parser.run();
+    done.get_future().wait();
+    parser.NotifyFileProgress(1, 1, nullptr);
+    parser.NotifyFileCompletion(false);
+    parser.NotifyFontProgress(1, 1, boost::shared_ptr<OxFont>());
+    require(parser.getNextPath().empty(), "sources");
+    parser.setTotalFilesToParse(3);
+    parser.cancel();
+
+    boost::shared_ptr<OxFileFactory::PathQueue> paths(new OxFileFactory::PathQueue);
+    boost::shared_ptr<OxFontFactory::FontQueue> fonts(new OxFontFactory::FontQueue);
+    OxFileFactory files(&parser, paths);
+    files.findFiles("/missing");
+    files.produceFiles();
+    files.cancel();
+    files.run();
+    OxFontFactory factory(&noSource, paths, fonts);
+    factory.cancel();
+    factory.consumeFiles();
+    factory.produceFonts();
+    OxFileProducer fileProducer(&files);
+    OxFileConsumer fileConsumer(&factory);
+    OxFontProducer fontProducer(&factory);
+    static_cast<void>(&OxFontFactory::run);
+    const OxFileFactory noFiles;
+    const OxFontFactory noFonts;
+}
+
+}  // namespace
+
+int main() {
+    nameRecord();
+    namePlainFunctions();
+    nameParsers();
+    namePipeline();
+}
