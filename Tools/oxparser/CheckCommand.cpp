@@ -1,0 +1,69 @@
+#include "CheckCommand.h"
+
+#include "CodeTexts.h"
+#include "FontCommand.h"
+
+namespace {
+
+ResultShape checkShape() {
+    ResultShape shape;
+    shape.table = {
+        {"LEVEL", 7, 7, 0, 0},    {"CODE", 5, 5, 0, 0, Align::Right},
+        {"IN", 9, 12, 1, 0},      {"DEFECT", 29, 76, 3, 0},
+        {"FONT", 20, 30, 1, 140}, {"FILE", 22, 1000, 2, 0, Align::Left, Cut::Start},
+    };
+    shape.csv = {"file", "fontType", ePostscriptname, "level", "code", "in", "message", "text"};
+    return shape;
+}
+
+Mark markOf(FontDiagnosticType type) {
+    return type == eError ? Mark::Error : type == eWarning ? Mark::Warning : Mark::Note;
+}
+
+class CheckResult : public FontResult {
+  public:
+    using FontResult::FontResult;
+
+    std::vector<Row> tableRows() const override {
+        std::vector<Row> rows;
+        for (const FontDiagnostic& diagnostic : font().diagnostics()) {
+            rows.push_back({
+                {severityName(diagnostic.type), markOf(diagnostic.type)},
+                {std::to_string(diagnostic.code)},
+                {subjectOf(diagnostic.code)},
+                {describe(diagnostic)},
+                {font().getAttribute(ePostscriptname)},
+                {font().sourceFile().string()},
+            });
+        }
+        return rows;
+    }
+
+    std::vector<Row> csvRows() const override {
+        std::vector<Row> rows;
+        for (const FontDiagnostic& diagnostic : font().diagnostics()) {
+            rows.push_back({
+                {font().sourceFile().string()},
+                {fontTypeText(font())},
+                {font().getAttribute(ePostscriptname)},
+                {severityName(diagnostic.type)},
+                {std::to_string(diagnostic.code)},
+                {subjectOf(diagnostic.code)},
+                {catalogueMessage(diagnostic.code).value_or("")},
+                {diagnostic.text},
+            });
+        }
+        return rows;
+    }
+};
+
+}  // namespace
+
+int runCheck(const Options& options, Output& output, Console& console) {
+    const auto makeResult = [](const OxFont& font, int filesParsed, int totalFiles) {
+        return font.diagnostics().empty()
+                   ? nullptr
+                   : std::make_unique<CheckResult>(font, filesParsed, totalFiles);
+    };
+    return runFontCommand(options, checkShape(), makeResult, output, console);
+}

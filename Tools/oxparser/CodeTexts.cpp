@@ -1,0 +1,88 @@
+#include "CodeTexts.h"
+
+#include "ErrorCatalogue.h"
+
+namespace {
+
+constexpr UncataloguedCode kUncatalogued[] = {
+    {-1003,
+     "the sfnt version is none that the format allows, or a PFB file could not be read to "
+     "its end"},
+    {-1001, "the status of a PFB or PFM file cannot be read"},
+    {0, "no number of its own: the text that comes with the defect says everything"},
+    {2, "the status of a TrueType or OpenType file cannot be read"},
+    {11051, "the 'kern' table cannot be read"},
+    {11052, "mismatching checksums for the 'kern' table"},
+    {15310, "the printer font file of a Mac font is missing"},
+};
+
+struct Subject {
+    int first;
+    int last;
+    const char* text;
+};
+
+constexpr Subject kSubjects[] = {
+    {2, 2, "file"},
+    {10000, 10000, "file"},
+    {11001, 11023, "directory"},
+    {11024, 11033, "checksum"},
+    {11050, 11050, "directory"},
+    {11051, 11052, "kern"},
+    {11100, 11199, "head"},
+    {11200, 11299, "cmap"},
+    {11300, 11399, "name"},
+    {11400, 11499, "maxp"},
+    {11500, 11599, "hhea"},
+    {11600, 11699, "OS/2"},
+    {11700, 11799, "post"},
+    {11800, 11899, "kern"},
+    {15000, 15099, "PFM file"},
+    {15100, 15199, "PFM header"},
+    {15200, 15299, "PFM ext."},
+    {15300, 15309, "PFM metrics"},
+    {15310, 15310, "printer font"},
+};
+
+}  // namespace
+
+std::span<const UncataloguedCode> uncataloguedCodes() {
+    return kUncatalogued;
+}
+
+const char* subjectOf(int code) {
+    for (const Subject& subject : kSubjects) {
+        if (code >= subject.first && code <= subject.last) {
+            return subject.text;
+        }
+    }
+    return "";
+}
+
+std::optional<std::string> catalogueMessage(int code) {
+    ErrorTableEntry entry;
+    if (GetErrorMessage(code, &entry) == 0) {
+        return std::nullopt;
+    }
+    return entry.message;
+}
+
+const char* severityName(FontDiagnosticType type) {
+    return type == eError ? "error" : type == eWarning ? "warning" : "note";
+}
+
+std::string describe(const FontDiagnostic& diagnostic) {
+    const std::optional<std::string> message = catalogueMessage(diagnostic.code);
+    if (message) {
+        return diagnostic.text.empty() ? *message : *message + ": " + diagnostic.text;
+    }
+    if (!diagnostic.text.empty()) {
+        return diagnostic.text;
+    }
+    for (const UncataloguedCode& known : kUncatalogued) {
+        if (known.code == diagnostic.code) {
+            return known.meaning;
+        }
+    }
+    return "unknown defect";
+}

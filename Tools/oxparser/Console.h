@@ -1,0 +1,42 @@
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+/// Standard error: complaints, notes, and one status line that is redrawn in place on a terminal.
+/// Safe from any thread. Texts are made safe for a terminal here.
+class Console {
+  public:
+    Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+    ~Console() { hideStatus(); }
+
+    bool isTerminal() const { return isTerminal_; }
+
+    /// One line, introduced by the program's name, about something that failed; counted.
+    void complain(const std::string& text);
+    /// One line, introduced by the program's name, that is no failure.
+    void note(const std::string& text);
+    /// One line as it stands.
+    void line(const std::string& text);
+    int complaints() const { return complaints_; }
+
+    /// On a terminal the status line now shows `text`, cut to the terminal's width; elsewhere the
+    /// text is a line of its own.
+    void showStatus(const std::string& text);
+    /// Wipes the status line, so that other text can take its place.
+    void hideStatus();
+
+  private:
+    void writeLine(const std::string& text);
+    void wipe();
+    static void write(std::string_view bytes);
+
+    const bool isTerminal_;
+    std::atomic<int> complaints_{0};
+    std::mutex mutex_;
+    bool statusShown_ = false;
+};

@@ -1,0 +1,34 @@
+#include "FontCommand.h"
+
+#include "LibrarySetup.h"
+#include "OxParser.h"
+#include "ResultWriter.h"
+#include "ScanSession.h"
+#include "Sources.h"
+
+int runFontCommand(const Options& options, const ResultShape& shape,
+                   const FontResultMaker& makeResult, Output& output, Console& console) {
+    configureLogging(options);
+    const FoundryLists lists = foundryLists(options, console);
+    const bool nothingGiven = options.arguments.empty() && options.filesFrom.empty();
+    const std::queue<boost::filesystem::path> sources =
+        nothingGiven ? fontFolders() : givenSources(options, console);
+    if (nothingGiven && sources.empty()) {
+        console.note("this system has none of the usual font folders; name a PATH");
+    }
+    const std::unique_ptr<ResultWriter> writer = makeResultWriter(options.format, shape, output);
+    writer->begin();
+
+    ScanSession session(options, output, console);
+    OxParser parser(sources, lists.names, lists.codes);
+    parser.setTolerantWalk(true);
+    session.run(
+        parser, [&parser] { parser.run(); },
+        [&](const OxFont& font, int filesParsed, int totalFiles) {
+            if (const auto result = makeResult(font, filesParsed, totalFiles)) {
+                writer->write(*result);
+            }
+        });
+    session.summarize(*writer);
+    return session.exitStatus();
+}

@@ -1,0 +1,82 @@
+#include "FontResult.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "CodeTexts.h"
+#include "Utf8.h"
+
+namespace {
+
+using nlohmann::ordered_json;
+
+// The four characters of a resource type, or its number where one cannot be shown.
+std::string resourceTypeText(int type) {
+    const auto bits = static_cast<std::uint32_t>(type);
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const unsigned byte = (bits >> shift) & 0xFF;
+        if (byte < 0x20 || byte > 0x7E) {
+            char number[11];
+            std::snprintf(number, sizeof number, "0x%08x", bits);
+            return number;
+        }
+        text += static_cast<char>(byte);
+    }
+    return text;
+}
+
+ordered_json diagnosticJson(const FontDiagnostic& diagnostic) {
+    const std::optional<std::string> message = catalogueMessage(diagnostic.code);
+    return {{"type", severityName(diagnostic.type)},
+            {"code", diagnostic.code},
+            {"text", toUtf8(diagnostic.text)},
+            {"message", message ? ordered_json(*message) : ordered_json()}};
+}
+
+}  // namespace
+
+DefectCounts countDefects(const OxFont& font) {
+    DefectCounts counts;
+    for (const FontDiagnostic& diagnostic : font.diagnostics()) {
+        ++(diagnostic.type == eError     ? counts.errors
+           : diagnostic.type == eWarning ? counts.warnings
+                                         : counts.notes);
+    }
+    return counts;
+}
+
+std::string fontTypeText(const OxFont& font) {
+    const auto found = OxFont::_fontType.find(font.getFontType());
+    return found == OxFont::_fontType.end() ? std::string() : found->second;
+}
+
+ordered_json FontResult::json() const {
+    ordered_json attributes = ordered_json::object();
+    for (const auto& [key, value] : font_.attributes()) {
+        attributes[toUtf8(key)] = toUtf8(value);
+    }
+    ordered_json diagnostics = ordered_json::array();
+    for (const FontDiagnostic& diagnostic : font_.diagnostics()) {
+        diagnostics.push_back(diagnosticJson(diagnostic));
+    }
+    ordered_json printerFonts = ordered_json::array();
+    for (const boost::filesystem::path& path : font_.printerFontPaths) {
+        printerFonts.push_back(toUtf8(path.string()));
+    }
+    ordered_json resources = ordered_json::array();
+    for (const auto& [type, id] : font_.resources()) {
+        resources.push_back({{"type", resourceTypeText(type)}, {"id", id}});
+    }
+    return {{"record", "font"},
+            {"file", toUtf8(font_.sourceFile().string())},
+            {"filesParsed", filesParsed_},
+            {"totalFiles", totalFiles_},
+            {"fontType", font_.getFontType()},
+            {"attributes", std::move(attributes)},
+            {"diagnostics", std::move(diagnostics)},
+            {"printerFontPaths", std::move(printerFonts)},
+            {"resources", std::move(resources)}};
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include "OxFont.h"
+#include "Result.h"
+
+/// How many diagnostics of each kind a record carries.
+struct DefectCounts {
+    int errors = 0;
+    int warnings = 0;
+    int notes = 0;
+
+    int all() const { return errors + warnings + notes; }
+};
+
+DefectCounts countDefects(const OxFont& font);
+
+/// The text of a record's font type ("TTF"); "notSure" when it cannot be told.
+std::string fontTypeText(const OxFont& font);
+
+/// A font record as a result: what scan and check share.
+class FontResult : public Result {
+  public:
+    /// `font` is not owned and must outlive the result.
+    FontResult(const OxFont& font, int filesParsed, int totalFiles)
+        : font_(font), filesParsed_(filesParsed), totalFiles_(totalFiles) {}
+
+    nlohmann::ordered_json json() const override;
+
+  protected:
+    const OxFont& font() const { return font_; }
+
+  private:
+    const OxFont& font_;
+    int filesParsed_;
+    int totalFiles_;
+};

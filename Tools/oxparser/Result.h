@@ -1,0 +1,45 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "Terminal.h"
+
+enum class Align { Left, Right };
+
+/// A column of a table on a terminal and of its plain form in a pipe or file.
+struct TableColumn {
+    const char* heading;
+    int least;  ///< cells on the narrowest terminal
+    int most;   ///< cells that it may grow to; in the plain form the width that is padded to
+    int share;  ///< its part of the cells that are left over
+    int from;   ///< shown only on terminals with at least so many columns
+    Align align = Align::Left;
+    Cut cut = Cut::End;
+};
+
+enum class Mark { Plain, Error, Warning, Note };
+
+struct Cell {
+    std::string text;  ///< bytes as stored; the formats make them safe
+    Mark mark = Mark::Plain;
+};
+
+using Row = std::vector<Cell>;
+
+/// The shape of a command's results in the formats that have columns. Every row has a cell for
+/// every column.
+struct ResultShape {
+    std::vector<TableColumn> table;
+    std::vector<const char*> csv;
+};
+
+/// One result of a command, as each format wants it.
+class Result {
+  public:
+    virtual ~Result() = default;
+    virtual nlohmann::ordered_json json() const = 0;
+    virtual std::vector<Row> tableRows() const = 0;
+    virtual std::vector<Row> csvRows() const = 0;
+};

@@ -1,0 +1,96 @@
+#include "ScanCommand.h"
+
+#include "CodeTexts.h"
+#include "FontCommand.h"
+
+namespace {
+
+// The attributes that a csv file shows, under the names of their keys.
+constexpr const char* kCsvAttributes[] = {
+    eFamilyname, eSubFamilyname, eFullname, ePostscriptname, eFoundry,     eFontVersion,
+    ePlatform,   eWeight,        eWidth,    eUniqueId,       eFontOffset,  eKerningChecksum,
+    eFontId,     eStyleType,     eFntSize,  eCopyright,      eFingerprint,
+};
+
+ResultShape scanShape() {
+    ResultShape shape;
+    shape.table = {
+        {"TYPE", 4, 9, 1, 0},
+        {"FAMILY", 18, 34, 2, 0},
+        {"STYLE", 10, 22, 1, 0},
+        {"FOUNDRY", 12, 24, 1, 120},
+        {"VERSION", 12, 24, 1, 160},
+        {"POSTSCRIPT NAME", 20, 36, 2, 180},
+        {"ERR", 3, 3, 0, 0, Align::Right},
+        {"WRN", 3, 3, 0, 0, Align::Right},
+        {"NOTE", 4, 4, 0, 0, Align::Right},
+        {"FILE", 20, 1000, 3, 0, Align::Left, Cut::Start},
+    };
+    shape.csv = {"file", "fontType"};
+    shape.csv.insert(shape.csv.end(), std::begin(kCsvAttributes), std::end(kCsvAttributes));
+    shape.csv.insert(shape.csv.end(), {"errors", "warnings", "notes", "diagnostics"});
+    return shape;
+}
+
+std::string countText(int count) {
+    return count == 0 ? std::string() : std::to_string(count);
+}
+
+// A record without a family name still has some name to show, more often than not.
+std::string familyText(const OxFont& font) {
+    const std::string family = font.getAttribute(eFamilyname);
+    return family.empty() ? font.getAttribute(eDisplayname) : family;
+}
+
+std::string joinedDefects(const OxFont& font) {
+    std::string joined;
+    for (const FontDiagnostic& diagnostic : font.diagnostics()) {
+        joined += joined.empty() ? "" : "; ";
+        joined += std::string(severityName(diagnostic.type)) + " " +
+                  std::to_string(diagnostic.code) + " " + describe(diagnostic);
+    }
+    return joined;
+}
+
+class ScanResult : public FontResult {
+  public:
+    using FontResult::FontResult;
+
+    std::vector<Row> tableRows() const override {
+        const DefectCounts counts = countDefects(font());
+        return {{
+            {fontTypeText(font())},
+            {familyText(font())},
+            {font().getAttribute(eSubFamilyname)},
+            {font().getAttribute(eFoundry)},
+            {font().getAttribute(eFontVersion)},
+            {font().getAttribute(ePostscriptname)},
+            {countText(counts.errors), Mark::Error},
+            {countText(counts.warnings), Mark::Warning},
+            {countText(counts.notes), Mark::Note},
+            {font().sourceFile().string()},
+        }};
+    }
+
+    std::vector<Row> csvRows() const override {
+        const DefectCounts counts = countDefects(font());
+        Row row = {{font().sourceFile().string()}, {fontTypeText(font())}};
+        for (const char* key : kCsvAttributes) {
+            row.push_back({font().getAttribute(key)});
+        }
+        for (const int count : {counts.errors, counts.warnings, counts.notes}) {
+            row.push_back({std::to_string(count)});
+        }
+        row.push_back({joinedDefects(font())});
+        return {row};
+    }
+};
+
+}  // namespace
+
+int runScan(const Options& options, Output& output, Console& console) {
+    const auto makeResult = [](const OxFont& font, int filesParsed, int totalFiles) {
+        return std::make_unique<ScanResult>(font, filesParsed, totalFiles);
+    };
+    return runFontCommand(options, scanShape(), makeResult, output, console);
+}

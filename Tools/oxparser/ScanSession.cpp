@@ -1,0 +1,129 @@
+#include "ScanSession.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+#include "ExitStatus.h"
+
+namespace {
+
+constexpr std::chrono::milliseconds kTick(100);
+
+std::string counted(int count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+nlohmann::ordered_json ScanSummary::json() const {
+    return {{"record", "summary"},    {"filesFound", filesFound}, {"filesParsed", filesParsed},
+            {"fonts", fonts},         {"errors", defects.errors}, {"warnings", defects.warnings},
+            {"notes", defects.notes}, {"cancelled", cancelled}};
+}
+
+std::string ScanSummary::text() const {
+    std::string text = counted(fonts, "font") + " in " + counted(filesFound, "file") + ": " +
+                       counted(defects.errors, "error") + ", " +
+                       counted(defects.warnings, "warning") + ", " + counted(defects.notes, "note");
+    if (cancelled) {
+        text += " (ended early after " + counted(filesParsed, "file") + ")";
+    }
+    return text;
+}
+
+ScanSession::ScanSession(const Options& options, Output& output, Console& console)
+    : options_(options), output_(output), console_(console), progress_(console, options.progress) {}
+
+void ScanSession::run(OxParser& parser, const std::function<void()>& start,
+                      const RecordHandler& handler) {
+    connect(parser, handler);
+    interruption_.attach([&parser] { parser.cancel(); });
+    if (interruption_.requested()) {
+        summary_.cancelled = true;
+    } else {
+        start();
+        waitForCompletion(parser);
+    }
+    interruption_.detach();
+    // A cancellation during the walk is not told to the font completion callbacks.
+    summary_.cancelled = summary_.cancelled || interruption_.requested();
+    summary_.filesParsed = std::max(0, parser.filesParsed());
+    summary_.filesFound = std::max(0, parser.totalFiles());
+    progress_.finish(summary_.filesParsed, summary_.filesFound);
+}
+
+void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
+    parser.fileProgressCallbacks.push_back(
+        [this](int found, int, void*) { progress_.walking(found); });
+    parser.walkErrorCallbacks.push_back(
+        [this](const boost::filesystem::path& path, const boost::system::error_code& error) {
+            console_.complain("cannot read " + path.string() + ": " + error.message());
+        });
+    parser.fileCompletionCallbacks.push_back(
+        [this](bool cancelled) { summary_.cancelled = summary_.cancelled || cancelled; });
+    parser.fontProgressCallbacks.push_back(
+        [this, &handler](int filesParsed, int totalFiles, const boost::shared_ptr<OxFont>& font) {
+            // The coordinator would only log an exception, and the record would be missing
+            // silently.
+            try {
+                handleRecord(*font, filesParsed, totalFiles, handler);
+            } catch (const std::exception& error) {
+                console_.complain(font->sourceFile().string() + ": " + error.what());
+            }
+        });
+    parser.fontCompletionCallbacks.push_back([this](bool cancelled) { finished(cancelled); });
+}
+
+void ScanSession::handleRecord(const OxFont& font, int filesParsed, int totalFiles,
+                               const RecordHandler& handler) {
+    const DefectCounts defects = countDefects(font);
+    ++summary_.fonts;
+    summary_.defects.errors += defects.errors;
+    summary_.defects.warnings += defects.warnings;
+    summary_.defects.notes += defects.notes;
+    progress_.record(font.sourceFile().string(), summary_.fonts, summary_.defects.all());
+    if (isTerminal(output_.descriptor())) {
+        console_.hideStatus();
+    }
+    handler(font, filesParsed, totalFiles);
+    if (output_.failed()) {
+        interruption_.request();
+    }
+}
+
+void ScanSession::finished(bool cancelled) {
+    const std::lock_guard lock(mutex_);
+    summary_.cancelled = summary_.cancelled || cancelled;
+    complete_ = true;
+    completed_.notify_all();
+}
+
+void ScanSession::waitForCompletion(const OxParser& parser) {
+    std::unique_lock lock(mutex_);
+    while (!completed_.wait_for(lock, kTick, [this] { return complete_; })) {
+        progress_.parsing(parser.filesParsed(), parser.totalFiles());
+    }
+}
+
+void ScanSession::summarize(ResultWriter& writer) {
+    writer.writeJsonOnly(summary_.json());
+    if (options_.format != Format::JsonLines && output_.error() != EPIPE) {
+        console_.line(summary_.text());
+    }
+}
+
+int ScanSession::exitStatus() const {
+    if (interruption_.signal() != 0) {
+        return kSignalBase + interruption_.signal();
+    }
+    return console_.complaints() > 0 || failOnMet() ? kFailed : kDone;
+}
+
+bool ScanSession::failOnMet() const {
+    const DefectCounts& defects = summary_.defects;
+    return (options_.failOn != FailOn::Never && defects.errors > 0) ||
+           (options_.failOn == FailOn::Warning && defects.warnings > 0);
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+
+#include "Console.h"
+#include "FontResult.h"
+#include "Interruption.h"
+#include "Options.h"
+#include "OxParser.h"
+#include "Progress.h"
+#include "ResultWriter.h"
+
+/// What became of a scan.
+struct ScanSummary {
+    int filesFound = 0;
+    int filesParsed = 0;
+    int fonts = 0;
+    DefectCounts defects;
+    bool cancelled = false;
+
+    nlohmann::ordered_json json() const;
+    std::string text() const;
+};
+
+/// Runs one coordinator from start to end: counts, shows progress, names what cannot be read, ends
+/// early on a signal or when nobody takes the results, and knows the exit status.
+///
+/// To be made before any other thread, since it blocks signals for the threads to come.
+class ScanSession {
+  public:
+    /// Called for every record, on the coordinator's thread: must not call the coordinator.
+    using RecordHandler = std::function<void(const OxFont& font, int filesParsed, int totalFiles)>;
+
+    /// Neither is owned; both must outlive the session.
+    ScanSession(const Options& options, Output& output, Console& console);
+    ScanSession(const ScanSession&) = delete;
+    ScanSession& operator=(const ScanSession&) = delete;
+
+    /// Calls `start`, which must run `parser`, and returns when the last record has been handled;
+    /// `parser` may then be destroyed. Standard output is only written to by `handler` meanwhile.
+    void run(OxParser& parser, const std::function<void()>& start, const RecordHandler& handler);
+
+    /// Writes the summary: to `writer` where the format has a place for it, else to the console.
+    void summarize(ResultWriter& writer);
+    const ScanSummary& summary() const { return summary_; }
+    int exitStatus() const;
+
+  private:
+    void connect(OxParser& parser, const RecordHandler& handler);
+    void handleRecord(const OxFont& font, int filesParsed, int totalFiles,
+                      const RecordHandler& handler);
+    void finished(bool cancelled);
+    void waitForCompletion(const OxParser& parser);
+    bool failOnMet() const;
+
+    const Options& options_;
+    Output& output_;
+    Console& console_;
+    Interruption interruption_;
+    Progress progress_;
+    ScanSummary summary_;
+    std::mutex mutex_;
+    std::condition_variable completed_;
+    bool complete_ = false;
+};

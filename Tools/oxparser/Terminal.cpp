@@ -1,0 +1,132 @@
+#include "Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+
+#include "CharacterWidths.h"
+#include "Utf8.h"
+
+namespace {
+
+constexpr int kColumnsUnknown = 80;
+constexpr int kMostColumns = 10000;
+constexpr char kEllipsis[] = "\u2026";
+constexpr char kReplacement[] = "\uFFFD";
+
+int columnsFromEnvironment() {
+    const char* text = std::getenv("COLUMNS");
+    if (text == nullptr) {
+        return 0;
+    }
+    const std::string_view value(text);
+    int columns = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), columns);
+    const bool whole = error == std::errc() && end == value.data() + value.size();
+    return whole && columns > 0 ? std::min(columns, kMostColumns) : 0;
+}
+
+bool isLineSpace(char32_t c) {
+    return (c >= '\t' && c <= '\r') || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+bool isControl(char32_t c) {
+    return c < 0x20 || (c >= 0x7F && c < 0xA0);
+}
+
+// Embedding, override and isolate characters: they would reorder the cells behind them.
+bool turnsDirection(char32_t c) {
+    return c == 0x200E || c == 0x200F || c == 0x061C || (c >= 0x202A && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069);
+}
+
+}  // namespace
+
+bool isTerminal(int descriptor) {
+    return ::isatty(descriptor) == 1;
+}
+
+int terminalColumns(int descriptor) {
+    if (!isTerminal(descriptor)) {
+        return 0;
+    }
+    if (const int columns = columnsFromEnvironment(); columns > 0) {
+        return columns;
+    }
+    struct winsize size = {};
+    if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+        return size.ws_col;
+    }
+    return kColumnsUnknown;
+}
+
+bool mayColour(int descriptor) {
+    const char* noColour = std::getenv("NO_COLOR");
+    const char* kind = std::getenv("TERM");
+    return isTerminal(descriptor) && (noColour == nullptr || *noColour == '\0') &&
+           kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb";
+}
+
+std::string safeText(std::string_view bytes) {
+    const std::string text = toUtf8(bytes);
+    std::string safe;
+    safe.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const std::size_t start = position;
+        const char32_t c = nextCodePoint(text, position);
+        if (isLineSpace(c)) {
+            safe += ' ';
+        } else if (isControl(c) || turnsDirection(c)) {
+            safe += kReplacement;
+        } else {
+            safe.append(text, start, position - start);
+        }
+    }
+    return safe;
+}
+
+int displayWidth(std::string_view safeText) {
+    int width = 0;
+    for (std::size_t position = 0; position < safeText.size();) {
+        width += characterWidth(nextCodePoint(safeText, position));
+    }
+    return width;
+}
+
+std::string cutToWidth(const std::string& safeText, int width, Cut cut) {
+    int total = displayWidth(safeText);
+    if (total <= width || cut == Cut::Never) {
+        return safeText;
+    }
+    if (width <= 0) {
+        return {};
+    }
+    std::size_t position = 0;
+    if (cut == Cut::Start) {
+        // Combining marks go with the character before them, so none is left without its base.
+        while (position < safeText.size()) {
+            std::size_t next = position;
+            const int cells = characterWidth(nextCodePoint(safeText, next));
+            if (total <= width - 1 && cells > 0) {
+                break;
+            }
+            total -= cells;
+            position = next;
+        }
+        return kEllipsis + safeText.substr(position);
+    }
+    int taken = 0;
+    while (position < safeText.size()) {
+        std::size_t next = position;
+        const int cells = characterWidth(nextCodePoint(safeText, next));
+        if (taken + cells > width - 1) {
+            break;
+        }
+        taken += cells;
+        position = next;
+    }
+    return safeText.substr(0, position) + kEllipsis;
+}

@@ -1,0 +1,288 @@
+#include <signal.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CheckCommand.h"
+#include "Console.h"
+#include "ExitStatus.h"
+#include "ExplainCommand.h"
+#include "Options.h"
+#include "Output.h"
+#include "ScanCommand.h"
+#include "UsageError.h"
+
+namespace {
+
+constexpr char kFolderNote[] =
+    "Without a PATH, the system's and the user's font folders are scanned.";
+constexpr char kStatusNote[] =
+    "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong usage;\n"
+    "130 or 143 after an interrupt or a termination signal.";
+
+/// A command whose arguments reach the program exactly as given. CLI11 would take a positional
+/// argument such as "[Fonts]" for a list and drop its brackets, so these are the ones left over.
+class Command : public CLI::App {
+  public:
+    Command(const std::string& name, const std::string& description, const std::string& arguments)
+        : CLI::App(description, name), arguments_(arguments) {
+        allow_extras();
+    }
+
+    const std::string& argumentsHelp() const { return arguments_; }
+
+    std::vector<std::string> takeArguments() const {
+        std::vector<std::string> taken;
+        for (const auto& [kind, text] : missing_) {
+            if (kind != CLI::detail::Classifier::NONE) {
+                throw UsageError("unknown option " + text);
+            }
+            taken.push_back(text);
+        }
+        return taken;
+    }
+
+  private:
+    std::string arguments_;
+};
+
+/// CLI11's help with the usage line that this program wants.
+class HelpFormatter : public CLI::Formatter {
+  public:
+    HelpFormatter() { column_width(26); }
+
+    std::string make_usage(const CLI::App* app, std::string) const override {
+        const auto* command = dynamic_cast<const Command*>(app);
+        const std::string usage = command == nullptr ? "oxparser COMMAND [options] [PATH...]"
+                                                     : "oxparser " + command->get_name() +
+                                                           " [options] " + command->argumentsHelp();
+        return "Usage: " + usage + "\n";
+    }
+};
+
+template <typename Value>
+using Names = std::map<std::string, Value>;
+
+const Names<Format> kFormats = {
+    {"table", Format::Table}, {"jsonl", Format::JsonLines}, {"csv", Format::Csv}};
+const Names<ProgressMode> kProgressModes = {
+    {"auto", ProgressMode::Auto}, {"always", ProgressMode::Always}, {"never", ProgressMode::Never}};
+const Names<FailOn> kFailOns = {
+    {"error", FailOn::Error}, {"warning", FailOn::Warning}, {"never", FailOn::Never}};
+
+template <typename Value>
+void addChoice(CLI::App& command, const std::string& option, const std::string& choices,
+               const Names<Value>& names, Value& value, const std::string& help) {
+    command
+        .add_option_function<std::string>(
+            option,
+            [option, choices, &names, &value](const std::string& name) {
+                const auto found = names.find(name);
+                if (found == names.end()) {
+                    throw UsageError(option + ": '" + name + "' is none of " + choices);
+                }
+                value = found->second;
+            },
+            help)
+        ->option_text(choices)
+        ->take_last();
+}
+
+CLI::Option* addFile(CLI::App& command, const std::string& option, std::string& file,
+                     const std::string& help) {
+    return command.add_option(option, file, help)->option_text("FILE")->take_last();
+}
+
+void addFormat(CLI::App& command, Options& options) {
+    addChoice(command, "--format", "table|jsonl|csv", kFormats, options.format,
+              "What standard output holds (table)");
+}
+
+/// The options of all commands that scan.
+void addScanOptions(CLI::App& command, Options& options) {
+    addFormat(command, options);
+    addChoice(command, "--progress", "auto|always|never", kProgressModes, options.progress,
+              "Progress on standard error; auto: only on a terminal (auto)");
+    addChoice(command, "--fail-on", "error|warning|never", kFailOns, options.failOn,
+              options.failOn == FailOn::Error
+                  ? "Exit with 1 when a record carries such a defect (error)"
+                  : "Exit with 1 when a record carries such a defect (never)");
+    CLI::Option* list = addFile(command, "--files-from", options.filesFrom,
+                                "More paths, one a line; - is standard input");
+    command.add_flag("--null", options.nullSeparated, "Those paths are separated by zero bytes")
+        ->option_text(" ")
+        ->needs(list);
+    addFile(command, "--foundry-names", options.foundryNames,
+            "Foundry names, one a line, instead of the library's own");
+    addFile(command, "--foundry-codes", options.foundryCodes,
+            "Foundry codes and names, instead of the library's own");
+    addFile(command, "--log", options.log, "A log4cpp property file (no logging)");
+}
+
+/// The program's commands. A new command is one more `add`.
+class CommandLine {
+  public:
+    using Runner = std::function<int(const Options&, Output&, Console&)>;
+
+    CommandLine() : app_("Reads font files and says what is wrong with them.", "oxparser") {
+        app_.formatter(std::make_shared<HelpFormatter>());
+        app_.set_help_flag("-h,--help", "Print this help and exit");
+        app_.set_version_flag("--version", "oxparser " OXPARSER_VERSION,
+                              "Print the version and exit");
+        app_.require_subcommand(1);
+        app_.footer(std::string("oxparser COMMAND --help tells more about a command.\n\n") +
+                    kStatusNote);
+
+        addScanOptions(add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote),
+                       entries_.back()->options);
+        Command& check =
+            add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
+        entries_.back()->options.failOn = FailOn::Error;
+        addScanOptions(check, entries_.back()->options);
+        addFormat(add("explain", "Print what the codes of defects mean", "[CODE...]", runExplain,
+                      "Without a CODE, all of them are explained. In the table, square brackets\n"
+                      "hold remarks on codes that the catalogue of messages does not know."),
+                  entries_.back()->options);
+    }
+
+    /// Parses and runs. Throws UsageError; CLI::ParseError carries requests for help, too.
+    int run(int count, const char* const* arguments, Output& output, Console& console) {
+        refuseEmptyValues(count, arguments);
+        app_.parse(count, arguments);
+        for (const auto& entry : entries_) {
+            if (entry->command->parsed()) {
+                entry->options.arguments = entry->command->takeArguments();
+                return entry->runner(entry->options, output, console);
+            }
+        }
+        return kWrongUsage;
+    }
+
+    /// The help that a help request asked for.
+    std::string help() const {
+        for (const auto& entry : entries_) {
+            if (entry->command->parsed()) {
+                return entry->command->help();
+            }
+        }
+        return app_.help();
+    }
+    std::string version() const { return app_.version() + "\n"; }
+
+    /// The help that would have told better, for an error's last line.
+    std::string helpHint() const {
+        for (const auto& entry : entries_) {
+            if (entry->command->parsed()) {
+                return "oxparser " + entry->command->get_name() + " --help";
+            }
+        }
+        return "oxparser --help";
+    }
+
+    /// What a parse error of CLI11 means to a user.
+    std::string describe(const CLI::ParseError& error, int count,
+                         const char* const* arguments) const {
+        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+            return error.what();
+        }
+        const std::string choices = "the commands are scan, check and explain";
+        return count < 2 ? "no command; " + choices
+                         : "unknown command '" + std::string(arguments[1]) + "'; " + choices;
+    }
+
+  private:
+    struct Entry {
+        std::shared_ptr<Command> command;
+        Runner runner;
+        Options options;
+    };
+
+    Command& add(const std::string& name, const std::string& description,
+                 const std::string& arguments, const Runner& runner, const std::string& footer) {
+        const auto command = std::make_shared<Command>(name, description, arguments);
+        command->formatter(app_.get_formatter());
+        command->set_help_flag("-h,--help", "Print this help and exit");
+        command->footer(footer);
+        app_.add_subcommand(command);
+        entries_.push_back(std::make_unique<Entry>(Entry{command, runner, {}}));
+        return *command;
+    }
+
+    // For "--log=" CLI11 would take the next argument as the value.
+    static void refuseEmptyValues(int count, const char* const* arguments) {
+        for (int i = 1; i < count && std::strcmp(arguments[i], "--") != 0; ++i) {
+            const std::string argument = arguments[i];
+            if (argument.size() > 3 && argument.starts_with("--") &&
+                argument.find('=') == argument.size() - 1) {
+                throw UsageError(argument.substr(0, argument.size() - 1) + " needs a value");
+            }
+        }
+    }
+
+    CLI::App app_;
+    std::vector<std::unique_ptr<Entry>> entries_;
+};
+
+int wrongUsage(Console& console, const std::string& text, const CommandLine& commandLine) {
+    console.complain(text);
+    console.line("Try '" + commandLine.helpHint() + "'.");
+    return kWrongUsage;
+}
+
+int runCommandLine(int count, char** arguments, Output& output, Console& console) {
+    CommandLine commandLine;
+    try {
+        return commandLine.run(count, arguments, output, console);
+    } catch (const CLI::CallForHelp&) {
+        output.write(commandLine.help());
+    } catch (const CLI::CallForVersion&) {
+        output.write(commandLine.version());
+    } catch (const CLI::ParseError& error) {
+        return wrongUsage(console, commandLine.describe(error, count, arguments), commandLine);
+    } catch (const UsageError& error) {
+        return wrongUsage(console, error.what(), commandLine);
+    }
+    return kDone;
+}
+
+/// The status after the last results have left the program. Without a reader it ends as other
+/// filters do, by the signal, unless it was started with that signal ignored.
+int finishOutput(int status, Output& output, Console& console, const struct sigaction& pipeAction) {
+    output.flush();
+    if (!output.failed() || status >= kSignalBase) {
+        return status;
+    }
+    if (output.error() == EPIPE) {
+        ::sigaction(SIGPIPE, &pipeAction, nullptr);
+        ::raise(SIGPIPE);
+    }
+    console.complain("cannot write to standard output: " +
+                     std::string(std::strerror(output.error())));
+    return kFailed;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    // Before anything else: see Output.
+    Output output;
+    struct sigaction ignore = {};
+    struct sigaction pipeAction;
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &ignore, &pipeAction);
+
+    Console console;
+    int status = kFailed;
+    try {
+        status = runCommandLine(count, arguments, output, console);
+    } catch (const std::exception& error) {
+        console.complain(error.what());
+    }
+    return finishOutput(status, output, console, pipeAction);
+}
