@@ -55,13 +55,38 @@ def expected_names(font):
     return names
 
 
+# Runs of (offset, width, count) that are converted in place once a table has been summed, and the
+# table length from which on they are. A table of odd length ends in a word that takes in the next
+# table's first bytes, converted or not.
+CONVERTED = {
+    "head": [(0, 4, 4, 0), (16, 2, 2, 0), (20, 4, 2, 0), (28, 2, 9, 0)],
+    "OS/2": [(0, 2, 4, 0), (10, 2, 11, 0), (42, 4, 4, 0), (62, 2, 3, 0), (68, 2, 5, 69),
+             (78, 4, 2, 79), (86, 2, 5, 87)],
+    "name": [(0, 2, 3, 0)],
+}
+
+
+def convert(image, start, runs, length):
+    for offset, width, count, least in runs:
+        if length < least:
+            continue
+        for i in range(count):
+            place = start + offset + i * width
+            image[place:place + width] = image[place:place + width][::-1]
+
+
 def raw_checksums(data, font_offset):
-    """Tag, stored checksum and plain sum of every table, straight from the bytes."""
+    """Tag, stored checksum and sum of every table, in the order and state of reading."""
+    image = bytearray(data)
     count = struct.unpack_from(">H", data, font_offset + 4)[0]
     for i in range(count):
-        tag, stored, offset, length = struct.unpack_from(">4sLLL", data, font_offset + 12 + 16 * i)
+        record = font_offset + 12 + 16 * i
+        tag, stored, offset, length = struct.unpack_from(">4sLLL", image, record)
+        convert(image, record, [(0, 4, 4, 0)], 0)
+        tag = tag.decode("latin-1")
         end = offset + (length + 3) // 4 * 4
-        yield tag.decode("latin-1"), stored, calcChecksum(data[offset:end])
+        yield tag, stored, calcChecksum(bytes(image[offset:end]))
+        convert(image, offset, CONVERTED.get(tag, []), length)
 
 
 class Comparison:

@@ -139,16 +139,17 @@ class CommandLine {
         app_.footer(std::string("oxparser COMMAND --help tells more about a command.\n\n") +
                     kStatusNote);
 
-        addScanOptions(add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote),
-                       entries_.back()->options);
-        Command& check =
+        Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote);
+        addScanOptions(*scan.command, scan.options);
+        Entry& check =
             add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
-        entries_.back()->options.failOn = FailOn::Error;
-        addScanOptions(check, entries_.back()->options);
-        addFormat(add("explain", "Print what the codes of defects mean", "[CODE...]", runExplain,
-                      "Without a CODE, all of them are explained. In the table, square brackets\n"
-                      "hold remarks on codes that the catalogue of messages does not know."),
-                  entries_.back()->options);
+        check.options.failOn = FailOn::Error;
+        addScanOptions(*check.command, check.options);
+        Entry& explain =
+            add("explain", "Print what the codes of defects mean", "[CODE...]", runExplain,
+                "Without a CODE, all of them are explained. In the table, square brackets\n"
+                "hold remarks on codes that the catalogue of messages does not know.");
+        addFormat(*explain.command, explain.options);
     }
 
     /// Parses and runs. Throws UsageError; CLI::ParseError carries requests for help, too.
@@ -203,15 +204,15 @@ class CommandLine {
         Options options;
     };
 
-    Command& add(const std::string& name, const std::string& description,
-                 const std::string& arguments, const Runner& runner, const std::string& footer) {
+    Entry& add(const std::string& name, const std::string& description,
+               const std::string& arguments, const Runner& runner, const std::string& footer) {
         const auto command = std::make_shared<Command>(name, description, arguments);
         command->formatter(app_.get_formatter());
         command->set_help_flag("-h,--help", "Print this help and exit");
         command->footer(footer);
         app_.add_subcommand(command);
         entries_.push_back(std::make_unique<Entry>(Entry{command, runner, {}}));
-        return *command;
+        return *entries_.back();
     }
 
     // For "--log=" CLI11 would take the next argument as the value.
