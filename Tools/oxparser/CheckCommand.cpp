@@ -30,7 +30,6 @@ class CheckResult : public FontResult {
             rows.push_back({
                 {severityName(diagnostic.type), markOf(diagnostic.type)},
                 {std::to_string(diagnostic.code)},
-                {subjectOf(diagnostic.code)},
                 {describe(diagnostic)},
                 {font().getAttribute(ePostscriptname)},
                 {font().sourceFile().string()},

@@ -39,10 +39,18 @@ constexpr Subject kSubjects[] = {
     {11800, 11899, "kern"},
     {15000, 15099, "PFM file"},
     {15100, 15199, "PFM header"},
-    {15200, 15299, "PFM ext."},
-    {15300, 15309, "PFM metrics"},
+    {15200, 15299, "PFM extension"},
+    {15300, 15309, "PFM text metrics"},
     {15310, 15310, "printer font"},
 };
+
+// Many messages are the same for several tables: "invalid table version number".
+std::string withSubject(int code, const std::string& message) {
+    const std::string subject = subjectOf(code);
+    const bool ownWords = subject.empty() || subject == "file" || subject == "directory" ||
+                          subject == "checksum" || message.find(subject) != std::string::npos;
+    return ownWords ? message : subject + ": " + message;
+}
 
 }  // namespace
 
@@ -72,9 +80,9 @@ const char* severityName(FontDiagnosticType type) {
 }
 
 std::string describe(const FontDiagnostic& diagnostic) {
-    const std::optional<std::string> message = catalogueMessage(diagnostic.code);
-    if (message) {
-        return diagnostic.text.empty() ? *message : *message + ": " + diagnostic.text;
+    if (const std::optional<std::string> message = catalogueMessage(diagnostic.code)) {
+        const std::string text = withSubject(diagnostic.code, *message);
+        return diagnostic.text.empty() ? text : text + ": " + diagnostic.text;
     }
     if (!diagnostic.text.empty()) {
         return diagnostic.text;

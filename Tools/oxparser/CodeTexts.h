@@ -25,5 +25,6 @@ std::optional<std::string> catalogueMessage(int code);
 /// "error", "warning" or "note".
 const char* severityName(FontDiagnosticType type);
 
-/// A defect as a sentence for people: the catalogue's message and the parser's detail.
+/// A defect as a sentence for people: what it is about, where the catalogue's message does not say
+/// so, the message and the parser's detail.
 std::string describe(const FontDiagnostic& diagnostic);

@@ -49,7 +49,7 @@ class Explanation : public Result {
 
 ResultShape explainShape() {
     return {{{"CODE", 5, 5, 0, 0, Align::Right},
-             {"IN", 12, 12, 0, 0},
+             {"IN", 16, 16, 0, 0},
              {"MESSAGE", 20, 1000, 1, 0, Align::Left, Cut::Never}},
             {"code", "in", "message", "remark"}};
 }

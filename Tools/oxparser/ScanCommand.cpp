@@ -16,15 +16,15 @@ ResultShape scanShape() {
     ResultShape shape;
     shape.table = {
         {"TYPE", 4, 9, 1, 0},
-        {"FAMILY", 18, 34, 2, 0},
-        {"STYLE", 10, 22, 1, 0},
-        {"FOUNDRY", 12, 24, 1, 120},
-        {"VERSION", 12, 24, 1, 160},
-        {"POSTSCRIPT NAME", 20, 36, 2, 180},
+        {"FAMILY", 18, 34, 6, 0},
+        {"STYLE", 10, 22, 3, 0},
+        {"FOUNDRY", 12, 24, 3, 120},
+        {"VERSION", 12, 24, 3, 160},
+        {"POSTSCRIPT NAME", 20, 36, 6, 180},
         {"ERR", 3, 3, 0, 0, Align::Right},
         {"WRN", 3, 3, 0, 0, Align::Right},
         {"NOTE", 4, 4, 0, 0, Align::Right},
-        {"FILE", 20, 1000, 3, 0, Align::Left, Cut::Start},
+        {"FILE", 20, 1000, 9, 0, Align::Left, Cut::Start},
     };
     shape.csv = {"file", "fontType"};
     shape.csv.insert(shape.csv.end(), std::begin(kCsvAttributes), std::end(kCsvAttributes));
@@ -40,6 +40,12 @@ std::string countText(int count) {
 std::string familyText(const OxFont& font) {
     const std::string family = font.getAttribute(eFamilyname);
     return family.empty() ? font.getAttribute(eDisplayname) : family;
+}
+
+// A foundry that is not known is left blank: most free fonts name none.
+std::string foundryText(const OxFont& font) {
+    const std::string foundry = font.getAttribute(eFoundry);
+    return foundry == "Unknown" ? std::string() : foundry;
 }
 
 std::string joinedDefects(const OxFont& font) {
@@ -62,7 +68,7 @@ class ScanResult : public FontResult {
             {fontTypeText(font())},
             {familyText(font())},
             {font().getAttribute(eSubFamilyname)},
-            {font().getAttribute(eFoundry)},
+            {foundryText(font())},
             {font().getAttribute(eFontVersion)},
             {font().getAttribute(ePostscriptname)},
             {countText(counts.errors), Mark::Error},

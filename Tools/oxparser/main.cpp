@@ -1,6 +1,7 @@
 #include <signal.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <functional>
@@ -22,6 +23,9 @@ namespace {
 
 constexpr char kFolderNote[] =
     "Without a PATH, the system's and the user's font folders are scanned.";
+constexpr char kExplainNote[] =
+    "Without a CODE, all of them are explained. In the table, square brackets hold remarks on\n"
+    "codes that the catalogue of messages does not know.";
 constexpr char kStatusNote[] =
     "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong usage;\n"
     "130 or 143 after an interrupt or a termination signal.";
@@ -141,24 +145,35 @@ class CommandLine {
 
         Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote);
         addScanOptions(*scan.command, scan.options);
+
         Entry& check =
             add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
         check.options.failOn = FailOn::Error;
         addScanOptions(*check.command, check.options);
-        Entry& explain =
-            add("explain", "Print what the codes of defects mean", "[CODE...]", runExplain,
-                "Without a CODE, all of them are explained. In the table, square brackets\n"
-                "hold remarks on codes that the catalogue of messages does not know.");
+
+        Entry& explain = add("explain", "Print what the codes of defects mean", "[CODE...]",
+                             runExplain, kExplainNote);
         addFormat(*explain.command, explain.options);
     }
 
     /// Parses and runs. Throws UsageError; CLI::ParseError carries requests for help, too.
     int run(int count, const char* const* arguments, Output& output, Console& console) {
-        refuseEmptyValues(count, arguments);
-        app_.parse(count, arguments);
+        std::vector<std::string> words(arguments + 1, arguments + count);
+        // Behind "--" everything is an argument; CLI11 would hand it to the program, not the
+        // command.
+        const auto mark = std::find(words.begin(), words.end(), "--");
+        const std::vector<std::string> verbatim(mark == words.end() ? mark : mark + 1, words.end());
+        words.erase(mark, words.end());
+        // With this word CLI11 would end the command and drop it; as a file it has another name.
+        std::replace(words.begin(), words.end(), std::string("++"), std::string("./++"));
+        refuseEmptyValues(words);
+        std::reverse(words.begin(), words.end());  // the order that CLI11 wants
+        app_.parse(words);
         for (const auto& entry : entries_) {
             if (entry->command->parsed()) {
                 entry->options.arguments = entry->command->takeArguments();
+                entry->options.arguments.insert(entry->options.arguments.end(), verbatim.begin(),
+                                                verbatim.end());
                 return entry->runner(entry->options, output, console);
             }
         }
@@ -189,12 +204,19 @@ class CommandLine {
     /// What a parse error of CLI11 means to a user.
     std::string describe(const CLI::ParseError& error, int count,
                          const char* const* arguments) const {
-        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
-            return error.what();
+        const std::string text = error.what();
+        if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+            return text.substr(0, text.find(':')) + " needs a value";
         }
-        const std::string choices = "the commands are scan, check and explain";
-        return count < 2 ? "no command; " + choices
-                         : "unknown command '" + std::string(arguments[1]) + "'; " + choices;
+        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+            return text;
+        }
+        const std::string first = count < 2 ? "" : arguments[1];
+        const std::string choices = "; the commands are scan, check and explain";
+        return (first.empty()            ? "no command"
+                : first.starts_with('-') ? "unknown option " + first
+                                         : "unknown command '" + first + "'") +
+               choices;
     }
 
   private:
@@ -216,12 +238,10 @@ class CommandLine {
     }
 
     // For "--log=" CLI11 would take the next argument as the value.
-    static void refuseEmptyValues(int count, const char* const* arguments) {
-        for (int i = 1; i < count && std::strcmp(arguments[i], "--") != 0; ++i) {
-            const std::string argument = arguments[i];
-            if (argument.size() > 3 && argument.starts_with("--") &&
-                argument.find('=') == argument.size() - 1) {
-                throw UsageError(argument.substr(0, argument.size() - 1) + " needs a value");
+    static void refuseEmptyValues(const std::vector<std::string>& words) {
+        for (const std::string& word : words) {
+            if (word.starts_with("--") && word.find('=') == word.size() - 1) {
+                throw UsageError(word.substr(0, word.size() - 1) + " needs a value");
             }
         }
     }
