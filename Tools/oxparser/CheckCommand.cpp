@@ -8,9 +8,11 @@ namespace {
 ResultShape checkShape() {
     ResultShape shape;
     shape.table = {
-        {"LEVEL", 7, 7, 0, 0},    {"CODE", 5, 5, 0, 0, Align::Right},
-        {"IN", 9, 12, 1, 0},      {"DEFECT", 29, 76, 3, 0},
-        {"FONT", 20, 30, 1, 140}, {"FILE", 22, 1000, 2, 0, Align::Left, Cut::Start},
+        {"LEVEL", 7, 7, 0, 0},
+        {"CODE", 5, 5, 0, 0, Align::Right},
+        {"DEFECT", 40, 76, 3, 0},
+        {"FONT", 20, 30, 1, 140},
+        {"FILE", 20, 1000, 2, 0, Align::Left, Cut::Start},
     };
     shape.csv = {"file", "fontType", ePostscriptname, "level", "code", "in", "message", "text"};
     return shape;

@@ -96,7 +96,7 @@ std::string TableFormat::line(const Row& row) const {
     int owed = 0;  // blanks before the next cell that holds something
     for (const Slot& slot : slots_) {
         const TableColumn& column = columns_[slot.column];
-        const Cell& cell = row[slot.column];
+        const Cell& cell = row.at(slot.column);
         std::string value = safeText(cell.text);
         if (cutting_) {
             value = cutToWidth(value, slot.width, column.cut);
