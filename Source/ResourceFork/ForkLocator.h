@@ -136,7 +136,8 @@ class OXPARSER_EXPORT ForkLocator {
     /// Fork and Finder information kept outside the file's own bytes: in a sidecar, an attribute
     /// or a native fork. A placeholder fork does not count; a damaged one does.
     ExternalForks externalForks(const boost::filesystem::path& file);
-    /// Whether externalForks would find anything, fork bytes unread.
+    /// Whether externalForks would find anything, or have a status other than noErr for a file
+    /// that is there. No fork bytes are read.
     bool hasForkOutsideFile(const boost::filesystem::path& file);
 
     /// Whether `file` is an AppleDouble file ._NAME or %NAME beside an existing NAME, and so no

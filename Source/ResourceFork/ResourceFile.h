@@ -67,12 +67,14 @@ class ResourceFile {
         std::uint32_t type = 0;
         std::uint32_t count = 0;   // of references, as claimed
         std::uint32_t offset = 0;  // of the first reference, from the map's start
+        std::uint32_t place = 0;   // in the type list
     };
     struct TypeIndex {
         std::vector<Reference> references;
-        std::vector<std::pair<std::int16_t, std::uint32_t>> byId;  // sorted; first of each id
+        std::vector<std::pair<std::int16_t, std::uint32_t>> byId;  // sorted, with the place
     };
 
+    void readTypes(std::uint32_t typeList, std::uint32_t count);
     const TypeEntry* entry(std::uint32_t type) const;
     const TypeIndex& index(std::uint32_t type);
 
@@ -80,7 +82,6 @@ class ResourceFile {
     ByteView map_;
     std::uint32_t dataStart_ = 0;
     std::uint32_t nameList_ = 0;
-    std::vector<TypeEntry> types_;                                 // in the order of the map
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> sorted_;  // type, place in types_
+    std::vector<TypeEntry> types_;  // sorted by type
     std::map<std::uint32_t, TypeIndex> indexes_;
 };
