@@ -74,9 +74,7 @@ ForkLocator::Environment ForkLocator::Environment::native() {
 ForkLocator::ForkLocator() : ForkLocator(Environment::native()) {}
 
 ForkLocator::ForkLocator(Environment environment)
-    : environment_(std::move(environment)),
-      listings_(std::make_unique<FolderListings>()),
-      finderDat_(std::make_unique<FinderDatCache>()) {}
+    : environment_(std::move(environment)), caches_(std::make_unique<ForkCaches>()) {}
 
 ForkLocator::~ForkLocator() = default;
 
@@ -133,7 +131,8 @@ bool ForkLocator::hasForkOutsideFile(const fs::path& file) {
 bool ForkLocator::isSidecar(const fs::path& file) {
     const std::string owner = ownerName(file.filename().string());
     if (owner.empty() ||
-        listings_->of(file.parent_path(), FolderListings::Links::eFollow)->find(owner) == nullptr) {
+        caches_->listings.of(file.parent_path(), FolderListings::Links::eFollow)->find(owner) ==
+            nullptr) {
         return false;
     }
     const ForkFile::Opened opened = ForkFile::open(file, ForkFile::Links::eRefuse);

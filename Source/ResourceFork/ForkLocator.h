@@ -12,8 +12,7 @@
 #include "Export.h"
 #include "FinderInfo.h"
 
-class FolderListings;
-class FinderDatCache;
+struct ForkCaches;
 
 /// The places where resource forks and Finder information are kept, in the order of looking.
 enum class ForkPlace {
@@ -150,6 +149,5 @@ class OXPARSER_EXPORT ForkLocator {
     friend class ForkSearch;
 
     Environment environment_;
-    std::unique_ptr<FolderListings> listings_;
-    std::unique_ptr<FinderDatCache> finderDat_;
+    std::unique_ptr<ForkCaches> caches_;
 };

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <boost/filesystem/operations.hpp>
 #include <iterator>
 
 #include "AfpInfo.h"
@@ -21,8 +20,6 @@ using appledouble::Strictness;
 using FilePtr = std::shared_ptr<const ForkFile>;
 using Value = std::vector<std::uint8_t>;
 
-// How far above a file a __MACOSX folder is looked for.
-constexpr int kHighestMacOsXFolder = 16;
 // An ancillary file is a few hundred bytes for each file of its folder.
 constexpr std::uint64_t kAncillaryLimit = std::uint64_t{1} << 20;
 
@@ -171,7 +168,7 @@ void probeNetatalkFolder(ForkSearch& search) {
 const FinderDat::Record* finderDatRecord(ForkSearch& search, const ForkSearch::Spot& spot) {
     const std::string* name = spot.listing->known(KnownEntry::eFinderDat);
     const FilePtr file = name != nullptr ? search.openSidecar(spot.folder / *name) : nullptr;
-    return file ? search.finderDat(*file, spot.listing).find(spot.name) : nullptr;
+    return file ? search.caches().finderDat.of(*file, spot.listing).find(spot.name) : nullptr;
 }
 
 // PC Exchange and DAVE use one folder: a fork as it is, or an AppleDouble file.
@@ -375,45 +372,16 @@ void probeBinHex(ForkSearch& search) {
     }
 }
 
-// The folder `below` of `top`, links refused on the way; an empty path when it is not there.
-fs::path folderWithoutLinks(const fs::path& top, const fs::path& below) {
-    fs::path path = top;
-    for (const fs::path& part : below) {
-        path /= part;
-        boost::system::error_code error;
-        if (fs::symlink_status(path, error).type() != fs::directory_file) {
-            return {};
-        }
-    }
-    return path;
-}
-
-// Unpacking a Mac's zip archive elsewhere leaves a tree of sidecars beside the tree of files: the
-// sidecar of A/B/NAME is __MACOSX/A/B/._NAME.
 void probeMacOsXFolder(ForkSearch& search) {
     for (const ForkSearch::Spot& spot : search.spots()) {
-        fs::path ancestor = spot.folder;
-        fs::path below;
-        for (int i = 0; i < kHighestMacOsXFolder; ++i) {
-            boost::system::error_code error;
-            const fs::path top = ancestor / "__MACOSX";
-            if (fs::symlink_status(top, error).type() == fs::directory_file) {
-                const fs::path folder = folderWithoutLinks(top, below);
-                const auto listing = search.listing(folder);
-                const auto* entry = folder.empty() ? nullptr : listing->find("._" + spot.name);
-                FilePtr file =
-                    entry != nullptr ? search.openSidecar(folder / entry->name) : nullptr;
-                if (file) {
-                    search.offerAppleDouble(ForkPlace::eMacOsXFolder, std::move(file),
-                                            Strictness::eStrict);
-                }
+        for (const fs::path& folder : search.caches().macOsX.of(spot.folder, spot.listing)) {
+            const auto listing = search.listing(folder);
+            const auto* entry = listing->find("._" + spot.name);
+            FilePtr file = entry != nullptr ? search.openSidecar(folder / entry->name) : nullptr;
+            if (file) {
+                search.offerAppleDouble(ForkPlace::eMacOsXFolder, std::move(file),
+                                        Strictness::eStrict);
             }
-            const fs::path name = ancestor.filename();
-            if (name.empty() || name == "." || name == ".." || name == "/") {
-                break;
-            }
-            below = below.empty() ? name : name / below;
-            ancestor = ancestor.parent_path();
         }
     }
 }

@@ -17,6 +17,9 @@ namespace {
 
 constexpr std::size_t kResourceHeader = 16;
 constexpr std::size_t kContentStart = 128;
+// How far above a file a __MACOSX folder is looked for, and how long the answer holds.
+constexpr int kHighestMacOsXFolder = 16;
+constexpr std::chrono::seconds kMacOsXFoldersKept(1);
 constexpr std::string_view kPlaceholderText = "This resource fork intentionally left blank";
 
 const LogChannel& logChannel() {
@@ -31,6 +34,22 @@ bool isPlaceholder(ByteView start) {
            start.clamped(kResourceHeader, kPlaceholderText.size()).text() == kPlaceholderText;
 }
 
+// The folder `below` of `top`; nothing when it is not there or a link leads to it.
+std::optional<fs::path> folderBelow(const fs::path& top, const fs::path& below) {
+    fs::path path = top;
+    for (const fs::path& part : below) {
+        if (part == ".") {  // what an empty last part is shown as
+            continue;
+        }
+        path /= part;
+        struct stat status;
+        if (::lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+            return std::nullopt;
+        }
+    }
+    return path;
+}
+
 bool isLink(const fs::path& path) {
     struct stat status;
     return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
@@ -39,16 +58,41 @@ bool isLink(const fs::path& path) {
 }  // namespace
 
 const FinderDat& FinderDatCache::of(const ForkFile& file,
-                                    std::shared_ptr<const FolderListing> folder) {
+                                    const std::shared_ptr<const FolderListing>& folder) {
     if (folder != folder_ || file.stamp() != stamp_) {
         stamp_ = file.stamp();
-        folder_ = std::move(folder);
+        folder_ = folder;
         const std::vector<std::uint8_t> bytes = file.read(0, FinderDat::kSizeLimit);
         parsed_ = FinderDat(ByteView(bytes), [&](const std::string& name) {
             return folder_->findAnyCase(name) != nullptr;
         });
     }
     return parsed_;
+}
+
+const std::vector<fs::path>& MacOsXFolders::of(
+    const fs::path& folder, const std::shared_ptr<const FolderListing>& listing) {
+    const auto now = std::chrono::steady_clock::now();
+    if (listing == listing_ && now - looked_ < kMacOsXFoldersKept) {
+        return folders_;
+    }
+    listing_ = listing;
+    looked_ = now;
+    folders_.clear();
+    fs::path ancestor = folder;
+    fs::path below;
+    for (int i = 0; i < kHighestMacOsXFolder; ++i) {
+        if (std::optional<fs::path> tree = folderBelow(ancestor, "__MACOSX" / below)) {
+            folders_.push_back(std::move(*tree));
+        }
+        const fs::path name = ancestor.filename();
+        if (name.empty() || name == "." || name == ".." || name == "/") {
+            break;
+        }
+        below = name / below;
+        ancestor = ancestor.parent_path();
+    }
+    return folders_;
 }
 
 ForkSearch::ForkSearch(ForkLocator& locator, const fs::path& file, Wanted wanted)
@@ -86,7 +130,7 @@ void ForkSearch::findSpots() {
     const auto spotOf = [&](const fs::path& path) {
         const fs::path folder = path.parent_path();
         return Spot{folder, path.filename().string(),
-                    locator_.listings_->of(folder, FolderListings::Links::eFollow)};
+                    caches().listings.of(folder, FolderListings::Links::eFollow)};
     };
     const Spot asked = spotOf(file_);
     const FolderListing::Entry* entry = asked.listing->find(asked.name);
@@ -101,7 +145,7 @@ void ForkSearch::findSpots() {
 }
 
 std::shared_ptr<const FolderListing> ForkSearch::listing(const fs::path& sidecarFolder) {
-    return locator_.listings_->of(sidecarFolder, FolderListings::Links::eRefuse);
+    return caches().listings.of(sidecarFolder, FolderListings::Links::eRefuse);
 }
 
 bool ForkSearch::hasAttribute(const std::string& name) {

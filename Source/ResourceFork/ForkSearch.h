@@ -2,6 +2,7 @@
 
 #include <array>
 #include <boost/filesystem/path.hpp>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,12 +20,35 @@
 class FinderDatCache {
   public:
     /// The records of an open FINDER.DAT whose folder has this listing.
-    const FinderDat& of(const ForkFile& file, std::shared_ptr<const FolderListing> folder);
+    const FinderDat& of(const ForkFile& file, const std::shared_ptr<const FolderListing>& folder);
 
   private:
     ForkFile::Stamp stamp_;
     std::shared_ptr<const FolderListing> folder_;
     FinderDat parsed_;
+};
+
+/// The __MACOSX folders above the folder that was asked for last. Unpacking a Mac's zip archive
+/// elsewhere leaves such a tree of sidecars beside the tree of files: the sidecar of A/B/NAME is
+/// __MACOSX/A/B/._NAME.
+class MacOsXFolders {
+  public:
+    /// The folders in which sidecars of the files of `folder` lie, nearest tree first; no links on
+    /// the way. Looked for anew when the listing is another one or some time has gone by.
+    const std::vector<boost::filesystem::path>& of(
+        const boost::filesystem::path& folder, const std::shared_ptr<const FolderListing>& listing);
+
+  private:
+    std::shared_ptr<const FolderListing> listing_;
+    std::chrono::steady_clock::time_point looked_;
+    std::vector<boost::filesystem::path> folders_;
+};
+
+/// What a locator remembers from file to file.
+struct ForkCaches {
+    FolderListings listings;
+    FinderDatCache finderDat;
+    MacOsXFolders macOsX;
 };
 
 /// One look for the fork or the Finder information of one file. The probes in ForkProbes.cpp are
@@ -76,9 +100,7 @@ class ForkSearch {
     std::shared_ptr<const ForkFile> content();
     /// Its first bytes, at most 128.
     ByteView contentStart();
-    const FinderDat& finderDat(const ForkFile& file, std::shared_ptr<const FolderListing> folder) {
-        return locator_.finderDat_->of(file, std::move(folder));
-    }
+    ForkCaches& caches() { return *locator_.caches_; }
 
     void offerFinderInfo(ForkPlace place, const FinderInfo& info);
     void offerFinderInfo(ForkPlace place, const std::optional<FinderInfo>& info);

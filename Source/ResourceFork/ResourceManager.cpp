@@ -621,18 +621,18 @@ void UpdateResFile(std::int16_t refNum) {
 std::int16_t FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info) {
     LockedManager manager;
     *info = FSCatalogInfo();
-    const PathStatus status = statusOf(ref->path);
-    if (status.status == fnfErr && ref->isNew) {
+    const FinderAnswer finder = manager->locator.finderInfo(ref->path);
+    info->finderInfo = finder.info;
+    if (finder.status != fnfErr) {
+        return finder.status;
+    }
+    if (ref->isNew) {
         info->finderInfo = ref->newInfo;
         return noErr;
     }
-    if (status.status != noErr || status.isFolder) {
-        info->isFolder = status.isFolder;
-        return status.status;
-    }
-    const FinderAnswer finder = manager->locator.finderInfo(ref->path);
-    info->finderInfo = finder.info;
-    return finder.status;
+    const PathStatus status = statusOf(ref->path);  // a folder is no file
+    info->isFolder = status.isFolder;
+    return status.isFolder ? noErr : fnfErr;
 }
 
 std::int16_t PBGetCatalogInfoSync(FSRefParam* block) {
