@@ -52,7 +52,7 @@ bool isUnsignedHeader(ByteView header, std::uint64_t fileSize) {
 
 FinderInfo finderInfoOf(ByteView header, bool hasLowFlags) {
     const unsigned low = hasLowFlags ? header.u8(101) : 0u;
-    const auto flags = static_cast<std::uint16_t>(header.u8(73) << 8 | low);
+    const auto flags = static_cast<std::uint16_t>(unsigned{header.u8(73)} << 8 | low);
     return FinderInfo::of(header.u32be(kTypeAt), header.u32be(kTypeAt + 4), flags);
 }
 
