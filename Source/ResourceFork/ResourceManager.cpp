@@ -9,18 +9,14 @@
 #include <memory>
 #include <new>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "FileBytes.h"
 #include "ForkFile.h"
 #include "ForkLocator.h"
-#include "MacBinary.h"
-#include "MacRoman.h"
-#include "NewFile.h"
+#include "OpenResourceFile.h"
 #include "ResourceFile.h"
-#include "ResourceFileWriter.h"
 
 namespace fs = boost::filesystem;
 
@@ -30,215 +26,22 @@ constexpr char kResourceForkName[] = "RESOURCE_FORK";
 constexpr char kDataForkName[] = "";
 constexpr std::int16_t kLargestNumber = std::numeric_limits<std::int16_t>::max();
 
-class OpenFile;
-
-// What a handle stands for. The handle is the address of `data`.
-struct Block {
-    char* data = nullptr;
-    std::size_t size = 0;
-    std::vector<char> owned;         // of a block that lies in no fork
-    const OpenFile* file = nullptr;  // null: no resource
-    ResType type = 0;
-    std::int16_t id = 0;
-    std::string name;
-
-    ByteView view() const { return ByteView(reinterpret_cast<const std::uint8_t*>(data), size); }
-};
-using BlockPtr = std::unique_ptr<Block>;
-
-// The blocks behind the handles that are in use; foreign pointers are found out by not being here.
-class Handles {
-  public:
-    Block* find(Handle handle) const {
-        const auto found = blocks_.find(handle);
-        return found != blocks_.end() ? found->second : nullptr;
-    }
-    void add(Block& block) { blocks_.emplace(&block.data, &block); }
-    void remove(Block& block) { blocks_.erase(&block.data); }
-
-  private:
-    std::unordered_map<Handle, Block*> blocks_;
-};
-
-struct Found {
-    std::int16_t status = noErr;
-    Block* block = nullptr;
-};
-
-// One reference to an open resource file.
-class OpenFile {
-  public:
-    OpenFile() = default;
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    virtual ~OpenFile() = default;
-
-    virtual std::size_t count(ResType type) = 0;
-    virtual bool holdsType(ResType type) const = 0;
-    // Null and resNotFound when there is none.
-    virtual Found byIndex(ResType type, std::size_t index) = 0;  // from 0
-    virtual Found byId(ResType type, std::int16_t id) = 0;
-    virtual void releaseHandles() = 0;
-
-    // For files open for writing.
-    virtual std::int16_t add(BlockPtr&) { return wrPermErr; }
-    virtual std::int16_t markChanged() { return wrPermErr; }
-    virtual std::int16_t update() { return noErr; }
-};
-
-// A fork in memory. Handles point into it.
-class ForkInMemory : public OpenFile {
-  public:
-    ForkInMemory(Handles& handles, ForkBytes bytes) : handles_(handles), bytes_(std::move(bytes)) {}
-
-    std::int16_t open() { return reader_.open(ByteView(*bytes_)); }
-
-    std::size_t count(ResType type) override { return reader_.references(type).size(); }
-    bool holdsType(ResType type) const override { return reader_.holdsType(type); }
-    Found byIndex(ResType type, std::size_t index) override {
-        const auto references = reader_.references(type);
-        return index < references.size() ? block(type, references[index])
-                                         : Found{resNotFound, nullptr};
-    }
-    Found byId(ResType type, std::int16_t id) override {
-        const ResourceFile::Reference* reference = reader_.find(type, id);
-        return reference != nullptr ? block(type, *reference) : Found{resNotFound, nullptr};
-    }
-    void releaseHandles() override {
-        for (auto& [key, block] : blocks_) {
-            handles_.remove(*block);
-        }
-        blocks_.clear();
-    }
-
-  private:
-    Found block(ResType type, const ResourceFile::Reference& reference) {
-        const std::pair key(type, reference.position);
-        if (const auto known = blocks_.find(key); known != blocks_.end()) {
-            return {noErr, known->second.get()};
-        }
-        const ResourceFile::Data data = reader_.data(reference);
-        if (data.status != noErr) {
-            return {data.status, nullptr};
-        }
-        auto block = std::make_unique<Block>();
-        block->data = reinterpret_cast<char*>(const_cast<std::uint8_t*>(data.bytes.data()));
-        block->size = data.bytes.size();
-        block->file = this;
-        block->type = type;
-        block->id = reference.id;
-        block->name = reader_.name(reference);
-        Block& result = *block;
-        blocks_.emplace(key, std::move(block));
-        handles_.add(result);
-        return {noErr, &result};
-    }
-
-    Handles& handles_;
-    ForkBytes bytes_;
-    ResourceFile reader_;
-    std::map<std::pair<ResType, std::uint32_t>, BlockPtr> blocks_;
-};
-
-// A file that is being made.
-class FileInTheMaking : public OpenFile {
-  public:
-    FileInTheMaking(Handles& handles, fs::path path, const FinderInfo& info)
-        : handles_(handles), path_(std::move(path)), info_(info) {}
-
-    std::size_t count(ResType type) override {
-        return static_cast<std::size_t>(
-            std::count_if(blocks_.begin(), blocks_.end(),
-                          [&](const BlockPtr& block) { return block->type == type; }));
-    }
-    bool holdsType(ResType type) const override {
-        return std::any_of(blocks_.begin(), blocks_.end(),
-                           [&](const BlockPtr& block) { return block->type == type; });
-    }
-    Found byIndex(ResType type, std::size_t index) override {
-        return firstThat([&](const Block& b) { return b.type == type && index-- == 0; });
-    }
-    Found byId(ResType type, std::int16_t id) override {
-        return firstThat([&](const Block& b) { return b.type == type && b.id == id; });
-    }
-    void releaseHandles() override {
-        for (const BlockPtr& block : blocks_) {
-            handles_.remove(*block);
-        }
-        blocks_.clear();
-    }
-
-    std::int16_t add(BlockPtr& block) override {
-        blocks_.reserve(blocks_.size() + 1);
-        if (!writer_.add(block->type, block->id, block->name, 0, block->view())) {
-            return addResFailed;
-        }
-        block->file = this;
-        blocks_.push_back(std::move(block));
-        changed_ = true;
-        return noErr;
-    }
-    std::int16_t markChanged() override {
-        changed_ = true;
-        return noErr;
-    }
-    // A MacBinary file, since that is what font tools read on systems without forks.
-    std::int16_t update() override {
-        if (!changed_) {
-            return noErr;
-        }
-        const std::vector<std::uint8_t> fork = writer_.build();
-        const std::vector<std::uint8_t> bytes = macbinary::makeMacBinary(
-            macRomanFromUtf8(path_.filename().string()), info_, {}, ByteView(fork));
-        NewFile file;
-        int error = file.create(path_);
-        if (error == 0) {
-            error = file.write(ByteView(bytes));
-        }
-        const std::string id = file.fileId();
-        if (error == 0) {
-            error = writtenId_.empty() ? file.commit() : file.replace(writtenId_);
-        }
-        if (error == 0) {
-            writtenId_ = id;
-            changed_ = false;
-        }
-        return statusOfErrno(error);
-    }
-
-  private:
-    template <typename Predicate>
-    Found firstThat(Predicate predicate) {
-        const auto found = std::find_if(blocks_.begin(), blocks_.end(),
-                                        [&](const BlockPtr& block) { return predicate(*block); });
-        return found != blocks_.end() ? Found{noErr, found->get()} : Found{resNotFound, nullptr};
-    }
-
-    Handles& handles_;
-    fs::path path_;
-    FinderInfo info_;
-    ResourceFileWriter writer_;
-    std::vector<BlockPtr> blocks_;
-    bool changed_ = true;  // a file without resources is a file, too
-    std::string writtenId_;
-};
-
 // All that is global about resource files.
 struct Manager {
     ForkLocator locator;
-    Handles handles;
-    std::map<Handle, BlockPtr> loose;  // blocks of NewHandle that are no resources
+    ResourceHandles handles;
+    std::map<Handle, ResourceBlockPtr> loose;  // blocks of NewHandle that are no resources
     // In the order of opening, with their numbers.
-    std::vector<std::pair<std::int16_t, std::unique_ptr<OpenFile>>> files;
+    std::vector<std::pair<std::int16_t, std::unique_ptr<OpenResourceFile>>> files;
     std::int16_t lastNumber = 0;
     std::int16_t current = 0;
     std::int16_t error = noErr;
 
-    OpenFile* file(std::int16_t refNum) {
+    OpenResourceFile* file(std::int16_t refNum) {
         const auto found = find(refNum);
         return found != files.end() ? found->second.get() : nullptr;
     }
-    std::vector<std::pair<std::int16_t, std::unique_ptr<OpenFile>>>::iterator find(
+    std::vector<std::pair<std::int16_t, std::unique_ptr<OpenResourceFile>>>::iterator find(
         std::int16_t refNum) {
         return std::find_if(files.begin(), files.end(),
                             [&](const auto& entry) { return entry.first == refNum; });
@@ -255,7 +58,6 @@ struct Manager {
     }
     void close(std::int16_t refNum) {
         const auto found = find(refNum);
-        found->second->releaseHandles();
         files.erase(found);
         if (current == refNum) {
             current = files.empty() ? std::int16_t{0} : files.back().first;
@@ -323,13 +125,13 @@ ForkAnswer readFork(ForkLocator& locator, const fs::path& path, bool dataFork) {
 }
 
 std::int16_t makeOpenFile(Manager& manager, const FSRef& ref, const HFSUniStr255& forkName,
-                          std::int8_t permission, std::unique_ptr<OpenFile>& file) {
+                          std::int8_t permission, std::unique_ptr<OpenResourceFile>& file) {
     const bool dataFork = forkName.name == kDataForkName;
     if (!dataFork && forkName.name != kResourceForkName) {
         return paramErr;
     }
     if (permission == fsRdWrPerm && ref.isNew && !dataFork) {
-        file = std::make_unique<FileInTheMaking>(manager.handles, ref.path, ref.newInfo);
+        file = std::make_unique<NewResourceFile>(manager.handles, ref.path, ref.newInfo);
         return noErr;
     }
     if (permission != fsRdPerm) {
@@ -347,7 +149,7 @@ std::int16_t makeOpenFile(Manager& manager, const FSRef& ref, const HFSUniStr255
 
 std::int16_t openFile(Manager& manager, const FSRef& ref, const HFSUniStr255& forkName,
                       std::int8_t permission, std::int16_t* refNum) {
-    std::unique_ptr<OpenFile> file;
+    std::unique_ptr<OpenResourceFile> file;
     const std::int16_t status = makeOpenFile(manager, ref, forkName, permission, file);
     if (status != noErr) {
         return status;
@@ -367,7 +169,7 @@ bool isPlainName(const std::string& name) {
            name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
 }
 
-Handle answer(LockedManager& manager, const Found& found) {
+Handle answer(LockedManager& manager, const OpenResourceFile::Found& found) {
     manager->error = found.status;
     return found.block != nullptr ? &found.block->data : nullptr;
 }
@@ -430,7 +232,7 @@ void UseResFile(std::int16_t refNum) {
 
 void CloseResFile(std::int16_t refNum) {
     LockedManager manager;
-    OpenFile* file = manager->file(refNum);
+    OpenResourceFile* file = manager->file(refNum);
     if (file == nullptr) {
         manager->error = resFNotFound;
         return;
@@ -458,7 +260,7 @@ std::int16_t ResError() {
 
 std::int16_t Count1Resources(ResType type) {
     LockedManager manager;
-    OpenFile* file = manager->file(manager->current);
+    OpenResourceFile* file = manager->file(manager->current);
     manager->error = file != nullptr ? noErr : resFNotFound;
     const std::size_t count = file != nullptr ? file->count(type) : 0;
     return static_cast<std::int16_t>(std::min<std::size_t>(count, kLargestNumber));
@@ -466,7 +268,7 @@ std::int16_t Count1Resources(ResType type) {
 
 Handle Get1IndResource(ResType type, std::int16_t index) {
     LockedManager manager;
-    OpenFile* file = manager->file(manager->current);
+    OpenResourceFile* file = manager->file(manager->current);
     if (file == nullptr) {
         return answer(manager, {resFNotFound, nullptr});
     }
@@ -478,7 +280,7 @@ Handle Get1IndResource(ResType type, std::int16_t index) {
 
 Handle Get1Resource(ResType type, std::int16_t id) {
     LockedManager manager;
-    OpenFile* file = manager->file(manager->current);
+    OpenResourceFile* file = manager->file(manager->current);
     if (file == nullptr) {
         return answer(manager, {resFNotFound, nullptr});
     }
@@ -490,7 +292,7 @@ Handle Get1Resource(ResType type, std::int16_t id) {
 
 void GetResInfo(Handle resource, std::int16_t* id, ResType* type, std::uint8_t* name) {
     LockedManager manager;
-    const Block* block = manager->handles.find(resource);
+    const ResourceBlock* block = manager->handles.find(resource);
     if (block == nullptr || block->file == nullptr) {
         manager->error = resNotFound;
         return;
@@ -519,7 +321,7 @@ void HUnlock(Handle) {}
 
 ByteView handleBytes(Handle handle) {
     LockedManager manager;
-    const Block* block = manager->handles.find(handle);
+    const ResourceBlock* block = manager->handles.find(handle);
     return block != nullptr ? block->view() : ByteView();
 }
 
@@ -529,12 +331,12 @@ Handle NewHandle(std::int32_t size) {
         return nullptr;
     }
     try {
-        auto block = std::make_unique<Block>();
+        auto block = std::make_unique<ResourceBlock>();
         // One byte more, so that an empty block has an address, too.
         block->owned.resize(static_cast<std::size_t>(size) + 1);
         block->data = block->owned.data();
         block->size = static_cast<std::size_t>(size);
-        Block& result = *block;
+        ResourceBlock& result = *block;
         manager->loose.emplace(&result.data, std::move(block));
         manager->handles.add(result);
         return &result.data;
@@ -580,13 +382,13 @@ std::int16_t FSCreateResourceFile(const FSRef* parent, const std::string& name,
 void AddResource(Handle handle, ResType type, std::int16_t id, const std::uint8_t* name) {
     LockedManager manager;
     const auto found = manager->loose.find(handle);
-    OpenFile* file = manager->file(manager->current);
+    OpenResourceFile* file = manager->file(manager->current);
     if (found == manager->loose.end()) {
         manager->error = addResFailed;
     } else if (file == nullptr) {
         manager->error = resFNotFound;
     } else {
-        BlockPtr& block = found->second;
+        ResourceBlockPtr& block = found->second;
         block->type = type;
         block->id = id;
         block->name = name == nullptr ? std::string() : std::string(name + 1, name + 1 + name[0]);
@@ -599,7 +401,7 @@ void AddResource(Handle handle, ResType type, std::int16_t id, const std::uint8_
 
 void WriteResource(Handle resource) {
     LockedManager manager;
-    const Block* block = manager->handles.find(resource);
+    const ResourceBlock* block = manager->handles.find(resource);
     manager->error = resNotFound;
     for (const auto& [number, file] : manager->files) {
         if (block != nullptr && block->file == file.get()) {
@@ -610,7 +412,7 @@ void WriteResource(Handle resource) {
 
 void UpdateResFile(std::int16_t refNum) {
     LockedManager manager;
-    OpenFile* file = manager->file(refNum);
+    OpenResourceFile* file = manager->file(refNum);
     try {
         manager->error = file != nullptr ? file->update() : resFNotFound;
     } catch (const std::bad_alloc&) {

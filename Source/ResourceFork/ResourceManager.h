@@ -86,7 +86,8 @@ OXPARSER_EXPORT void CloseResFile(std::int16_t refNum);
 /// Closes a file made by FSCreateResourceFile without writing what has not been updated; other
 /// files are closed as by CloseResFile.
 OXPARSER_EXPORT void DiscardResFile(std::int16_t refNum);
-/// Status of the latest call among these, allocation and handle calls aside.
+/// Status of the latest call on resources or resource files; paths, fork names, catalog
+/// information and handles do not set it.
 OXPARSER_EXPORT std::int16_t ResError();
 
 /// Number of resources of a type in the current file, in the order of the map, 32767 at most.
@@ -126,9 +127,10 @@ OXPARSER_EXPORT void DisposeHandle(Handle handle);
 /// complete file under a temporary name and puts it into place; a failed write leaves nothing
 /// behind, and whatever has the name by then is never replaced (dupFNErr, also at once).
 ///
-/// Systems without forks get a MacBinary III file, which font tools there read (Finder type and
-/// creator in its header). The fork must be the resource fork. The name must be one plain file name
-/// (paramErr). Also answered: fnfErr (no such folder), permErr.
+/// A MacBinary III file is written, which font tools on systems without forks read when its name
+/// ends in .bin (Finder type and creator are in its header). The fork must be the resource fork.
+/// The name must be one plain file name (paramErr). Also answered: fnfErr (no such folder),
+/// permErr.
 OXPARSER_EXPORT std::int16_t FSCreateResourceFile(const FSRef* parent, const std::string& name,
                                                   const FSCatalogInfo& info,
                                                   const HFSUniStr255& forkName, FSRef* newRef);

@@ -12,16 +12,6 @@ void padTo(Bytes& bytes, std::size_t unit) {
 
 }  // namespace
 
-void put16(Bytes& bytes, std::size_t at, std::uint32_t value) {
-    bytes.at(at) = static_cast<std::uint8_t>(value >> 8);
-    bytes.at(at + 1) = static_cast<std::uint8_t>(value);
-}
-
-void put32(Bytes& bytes, std::size_t at, std::uint32_t value) {
-    put16(bytes, at, value >> 16);
-    put16(bytes, at + 2, value);
-}
-
 std::uint32_t get32(const Bytes& bytes, std::size_t at) {
     return std::uint32_t{bytes.at(at)} << 24 | std::uint32_t{bytes.at(at + 1)} << 16 |
            std::uint32_t{bytes.at(at + 2)} << 8 | bytes.at(at + 3);
@@ -37,12 +27,12 @@ void append(Bytes& bytes, std::string_view more) {
 
 void append16(Bytes& bytes, std::uint32_t value) {
     bytes.resize(bytes.size() + 2);
-    put16(bytes, bytes.size() - 2, value);
+    patch(bytes, bytes.size() - 2, 2, value);
 }
 
 void append32(Bytes& bytes, std::uint32_t value) {
     bytes.resize(bytes.size() + 4);
-    put32(bytes, bytes.size() - 4, value);
+    patch(bytes, bytes.size() - 4, 4, value);
 }
 
 std::uint32_t code(std::string_view text) {
@@ -176,10 +166,10 @@ Bytes macBinary(const Bytes& fork, const MacBinaryOptions& options) {
     std::copy(name.begin(), name.end(), file.begin() + 2);
     std::copy(options.type.begin(), options.type.end(), file.begin() + 65);
     std::copy(options.creator.begin(), options.creator.end(), file.begin() + 69);
-    put32(file, 83, static_cast<std::uint32_t>(options.dataFork.size()));
-    put32(file, 87, static_cast<std::uint32_t>(fork.size()));
+    patch(file, 83, 4, static_cast<std::uint32_t>(options.dataFork.size()));
+    patch(file, 87, 4, static_cast<std::uint32_t>(fork.size()));
     if (options.version >= 2) {
-        put16(file, 120, options.secondaryLength);
+        patch(file, 120, 2, options.secondaryLength);
         file[122] = static_cast<std::uint8_t>(127 + options.version);
         file[123] = 129;
         if (options.version == 3) {
@@ -187,7 +177,7 @@ Bytes macBinary(const Bytes& fork, const MacBinaryOptions& options) {
             std::copy(signature.begin(), signature.end(), file.begin() + 102);
         }
         const std::uint16_t crc = xmodem(Bytes(file.begin(), file.begin() + 124));
-        put16(file, 124, options.rightChecksum ? crc : crc ^ 1u);
+        patch(file, 124, 2, options.rightChecksum ? crc : crc ^ 1u);
     }
     file.resize(file.size() + options.secondaryLength);
     padTo(file, 128);

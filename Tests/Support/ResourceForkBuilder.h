@@ -6,11 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "BigEndian.h"
 #include "Support.h"
 
-/// Big-endian numbers in a block of bytes.
-void put16(Bytes& bytes, std::size_t at, std::uint32_t value);
-void put32(Bytes& bytes, std::size_t at, std::uint32_t value);
+/// Big-endian numbers in a block of bytes, beside patch().
 std::uint32_t get32(const Bytes& bytes, std::size_t at);
 void append(Bytes& bytes, const Bytes& more);
 void append(Bytes& bytes, std::string_view more);

@@ -122,7 +122,7 @@ TEST_F(ForkLocatorTest, DamagedSidecarsAreRefused) {
     const Bytes good = appleDouble("FFIL", "DMOV", forkNamed("fork"));
     const auto with = [&](std::size_t at, std::uint32_t value) {
         Bytes bad = good;
-        put32(bad, at, value);
+        patch(bad, at, 4, value);
         write("._Font", bad);
         ForkLocator locator;
         return fork(locator, font()) + ", " + finder(locator, font());
@@ -189,12 +189,12 @@ TEST_F(ForkLocatorTest, NamesMayDifferInNormalisation) {
 
 TEST_F(ForkLocatorTest, NetatalkFolders) {
     Bytes old = appleFile(0, {{2, forkNamed("netatalk")}, {9, finderInfoBytes("FFIL", "DMOV")}}, 0);
-    put32(old, 34, 100000);  // a stale length
+    patch(old, 34, 4, 100000);  // a stale length
     write(".AppleDouble/Font", old);
     // Without magic only a consistent table is believed.
     EXPECT_EQ(fork(), "netatalk from .AppleDouble folder");
     EXPECT_EQ(finder(), "FFIL from .AppleDouble folder");
-    put32(old, 30, 100000);
+    patch(old, 30, 4, 100000);
     write(".AppleDouble/Font", old);
     EXPECT_EQ(fork(), "status -39");
 }
@@ -236,8 +236,8 @@ TEST_F(ForkLocatorTest, FoldersOfUnixServers) {
     EXPECT_EQ(finder(), "FFIL from CAP");
 
     Bytes etherShare(512);
-    put32(etherShare, 0, 0x03681093);
-    put16(etherShare, 8, 0x0102);
+    patch(etherShare, 0, 4, 0x03681093);
+    patch(etherShare, 8, 2, 0x0102);
     const Bytes type = finderInfoBytes("ETHR", "DMOV");
     std::copy(type.begin(), type.end(), etherShare.begin() + 32);
     append(etherShare, forkNamed("helios"));
@@ -437,7 +437,7 @@ TEST_F(ForkLocatorTest, MacBinaryVersionsAndTheirDamage) {
     EXPECT_EQ(answer(Bytes(1000)), refused);  // zeros have a right checksum
     Bytes trueType(1000);
     trueType[1] = 1;
-    put32(trueType, 102, code("mBIN"));
+    patch(trueType, 102, 4, code("mBIN"));
     EXPECT_EQ(answer(trueType), refused);
     EXPECT_EQ(answer(Bytes(first.begin(), first.begin() + 127)), refused);
 }

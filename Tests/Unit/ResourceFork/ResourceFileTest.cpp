@@ -86,7 +86,7 @@ TEST(ResourceFile, RefusesForksWhoseMapIsNotInside) {
     ASSERT_EQ(openStatus(good), noErr);
     const auto patched = [&](std::size_t at, std::uint32_t value) {
         Bytes bad = good;
-        put32(bad, at, value);
+        patch(bad, at, 4, value);
         return openStatus(bad);
     };
     EXPECT_EQ(openStatus(Bytes(good.begin(), good.begin() + 15)), mapReadErr);
@@ -102,7 +102,7 @@ TEST(ResourceFile, RefusesTypeListsThatDoNotLieInsideTheMap) {
     const Bytes good = builder.build();
     const auto patched = [&](std::size_t at, std::uint32_t value) {
         Bytes bad = good;
-        put16(bad, at, value);
+        patch(bad, at, 2, value);
         return openStatus(bad);
     };
     const std::size_t mapLength = good.size() - builder.mapAt();
@@ -115,21 +115,21 @@ TEST(ResourceFile, RefusesTypeListsThatDoNotLieInsideTheMap) {
 TEST(ResourceFile, TheCopyOfTheHeaderInTheMapMayBeAnything) {
     const ResourceForkBuilder builder = twoTypes();
     Bytes fork = builder.build();
-    put32(fork, builder.mapAt(), 0xDEADBEEF);
+    patch(fork, builder.mapAt(), 4, 0xDEADBEEF);
     EXPECT_EQ(openStatus(fork), noErr);
 }
 
 TEST(ResourceFile, CountsOnlyReferencesInsideTheMap) {
     const ResourceForkBuilder builder = twoTypes();
     Bytes fork = builder.build();
-    put16(fork, builder.typeEntryAt(1) + 4, 0xFFFE);
+    patch(fork, builder.typeEntryAt(1) + 4, 2, 0xFFFE);
     ResourceFile file;
     ASSERT_EQ(file.open(ByteView(fork)), noErr);
     // One reference is real; the names behind it have room for none.
     EXPECT_EQ(file.references(kSfnt).size(), (fork.size() - builder.referenceAt(3)) / 12);
 
-    put16(fork, builder.typeEntryAt(1) + 4, 0xFFFF);  // none
-    put16(fork, builder.typeEntryAt(0) + 6, 0xFFFF);  // far outside
+    patch(fork, builder.typeEntryAt(1) + 4, 2, 0xFFFF);  // none
+    patch(fork, builder.typeEntryAt(0) + 6, 2, 0xFFFF);  // far outside
     ASSERT_EQ(file.open(ByteView(fork)), noErr);
     EXPECT_THAT(idsOf(file, kSfnt), IsEmpty());
     EXPECT_TRUE(file.holdsType(kSfnt));
@@ -159,18 +159,18 @@ TEST(ResourceFile, DataMayLiePastTheDataAreaButNotPastTheFork) {
     };
     Bytes fork = good;
     const auto room = static_cast<std::uint32_t>(fork.size() - 256 - 4);
-    put32(fork, 256, room);
+    patch(fork, 256, 4, room);
     EXPECT_EQ(statusOfFirst(fork), noErr);
-    put32(fork, 256, room + 1);
+    patch(fork, 256, 4, room + 1);
     EXPECT_EQ(statusOfFirst(fork), resNotFound);
-    put32(fork, 256, 0xFFFFFFFF);
+    patch(fork, 256, 4, 0xFFFFFFFF);
     EXPECT_EQ(statusOfFirst(fork), resNotFound);
 
     fork = good;
-    put16(fork, builder.referenceAt(0) + 6, 0xFFFF);
+    patch(fork, builder.referenceAt(0) + 6, 2, 0xFFFF);
     EXPECT_EQ(statusOfFirst(fork), resNotFound);
     fork = good;
-    put32(fork, 0, 0xFFFFFFFF);  // the data area itself
+    patch(fork, 0, 4, 0xFFFFFFFF);  // the data area itself
     EXPECT_EQ(statusOfFirst(fork), resNotFound);
 }
 
@@ -180,7 +180,7 @@ TEST(ResourceFile, NamesOutsideTheMapAreEmpty) {
     const Bytes good = builder.build();
     const auto nameAfter = [&](std::size_t at, std::uint32_t value) {
         Bytes fork = good;
-        put16(fork, at, value);
+        patch(fork, at, 2, value);
         ResourceFile file;
         EXPECT_EQ(file.open(ByteView(fork)), noErr);
         return std::string(file.name(file.references(kFond)[0]));
@@ -287,11 +287,12 @@ TEST(ResourceFile, SurvivesMutations) {
                     fork[at] = 0xFF;
                     break;
                 case 2:
-                    put16(fork, std::min(at, fork.size() - 2),
+                    patch(fork, std::min(at, fork.size() - 2), 2,
                           static_cast<std::uint32_t>(below(0x10000)));
                     break;
                 default:
-                    put32(fork, 4 * below(4), static_cast<std::uint32_t>(below(fork.size() + 8)));
+                    patch(fork, 4 * below(4), 4,
+                          static_cast<std::uint32_t>(below(fork.size() + 8)));
             }
         }
         if (below(8) == 0) {

@@ -88,7 +88,7 @@ TEST_F(ResourceManagerTest, EveryCallSetsTheStatusAnew) {
     builder.add("FOND", 1, bytesOf("one")).add("FOND", 2, compressed, "", 1);
     builder.add("FOND", 3, bytesOf("outside"));
     Bytes fork = builder.build();
-    put16(fork, builder.referenceAt(2) + 6, 0xFFFF);
+    patch(fork, builder.referenceAt(2) + 6, 2, 0xFFFF);
     openDfont("a.dfont", fork);
     const auto check = [](Handle handle, std::int16_t status) {
         EXPECT_EQ(ResError(), status);
@@ -427,7 +427,9 @@ TEST_F(NewSuitcaseTest, HandlesBelongToTheCallerUntilTheyAreAdded) {
     DisposeHandle(nullptr);
 }
 
-TEST_F(ResourceManagerTest, WholeParsesOfTwoThreadsDoNotMix) {
+class ConcurrencyResourceManagerTest : public ResourceManagerTest {};
+
+TEST_F(ConcurrencyResourceManagerTest, WholeParsesOfTwoThreadsDoNotMix) {
     const auto parse = [&](const std::string& name, const std::string& data) {
         const fs::path file =
             folder_.write(name, ResourceForkBuilder().add("FOND", 1, bytesOf(data)).build());
