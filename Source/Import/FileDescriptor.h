@@ -22,9 +22,7 @@ class FileDescriptor {
     bool isOpen() const { return descriptor_ >= 0; }
     int get() const { return descriptor_; }
     /// False when closing fails: some file systems report failed writes only then.
-    bool close() {
-        return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0;
-    }
+    bool close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }
 
   private:
     int descriptor_ = -1;

@@ -151,8 +151,7 @@ FileDescriptor openFolderBelow(const fs::path& root, const fs::path& relative,
         if (!target) {
             return {};
         }
-        elements = normalisedElements(
-            (*target / joined(element + 1, elements.cend())).string());
+        elements = normalisedElements((*target / joined(element + 1, elements.cend())).string());
     }
     error.assign(ELOOP, boost::system::system_category());
     return {};

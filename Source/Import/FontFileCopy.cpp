@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <vector>
 
 #include "StagedFile.h"
@@ -24,8 +25,8 @@ error_code errorOf(int number) {
 class Source {
   public:
     error_code open(int folder, const char* path) {
-        file_ = FileDescriptor(
-            ::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+        file_ =
+            FileDescriptor(::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
         if (!file_.isOpen() || ::fstat(file_.get(), &status_) != 0) {
             return lastSystemError();
         }
@@ -150,7 +151,8 @@ bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
     }
     error = second.open(AT_FDCWD, b.c_str());
     if (error) {
-        if (error.value() == EISDIR || error.value() == EOPNOTSUPP || error.value() == ENXIO) {
+        static constexpr int kNoFile[] = {ENOENT, ELOOP, EISDIR, EOPNOTSUPP, ENXIO};
+        if (std::find(std::begin(kNoFile), std::end(kNoFile), error.value()) != std::end(kNoFile)) {
             error.clear();
         }
         return false;
@@ -172,8 +174,8 @@ bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
         if (!error) {
             error = second.read(otherPiece);
         }
-        if (error || !std::equal(piece.begin(), piece.end(), otherPiece.begin(),
-                                 otherPiece.end())) {
+        if (error ||
+            !std::equal(piece.begin(), piece.end(), otherPiece.begin(), otherPiece.end())) {
             return false;
         }
         if (piece.size() < kPiece) {

@@ -65,9 +65,8 @@ error_code StagedFile::createNamed(mode_t mode) {
         if (error) {
             return error;
         }
-        file_ = FileDescriptor(::openat(folder_, name.c_str(),
-                                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                        mode));
+        file_ = FileDescriptor(::openat(
+            folder_, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
         if (file_.isOpen()) {
             temporary_ = name.string();
             return {};
