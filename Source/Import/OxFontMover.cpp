@@ -105,7 +105,9 @@ CopyResult OxFontMover::copy(const fs::path& source, const fs::path& destination
     }
     const ExternalForks forks = forks_.externalForks(source);
     if (forks.status != noErr) {
-        return CopyResult::failed(errorOfStatus(forks.status));
+        // The file's own trouble has a name; that of its forks only a status.
+        haveEqualBytes(source, source, error);
+        return CopyResult::failed(error ? error : errorOfStatus(forks.status));
     }
     std::vector<std::uint8_t> sidecar;
     if (!forks.empty()) {
