@@ -2,13 +2,10 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
 #include <exception>
 
-#include "Ascii.h"
-#include "FileBytes.h"
 #include "Log.h"
 #include "OxParser.h"
 
@@ -19,34 +16,6 @@ namespace fs = boost::filesystem;
 const LogChannel& logChannel() {
     static const LogChannel channel("OxFileFactory");
     return channel;
-}
-
-// Folders that hold nothing but the forks and Finder information of the files beside them.
-bool isSidecarFolder(const std::string& name) {
-    static constexpr const char* kNames[] = {".appledouble",  ".resource", ".finderinfo",
-                                             ".rsrc",         ".finf",     ".hsresource",
-                                             ".appledesktop", "__macosx",  "resource.frk"};
-    const std::string folded = ascii::toLower(name);
-    return std::any_of(std::begin(kNames), std::end(kNames),
-                       [&folded](const char* known) { return folded == known; });
-}
-
-// An AppleDouble file "._NAME" or "%NAME" beside NAME. Names alone do not tell: a user may have a
-// file of his own that begins so.
-bool isSidecarFile(const fs::path& file) {
-    const std::string name = file.filename().string();
-    const std::size_t prefix = name.rfind("._", 0) == 0 ? 2 : name.rfind('%', 0) == 0 ? 1 : 0;
-    if (prefix == 0 || name.size() == prefix) {
-        return false;
-    }
-    boost::system::error_code error;
-    if (!fs::exists(file.parent_path() / name.substr(prefix), error)) {
-        return false;
-    }
-    FileBytes sidecar;
-    std::uint8_t magic[4];
-    return sidecar.open(file) && sidecar.readAt(0, magic, 4) == 4 &&
-           ByteView(magic, 4).u32be(0) == 0x00051607;
 }
 
 }  // namespace
@@ -163,10 +132,10 @@ void OxFileFactory::walkFolderTolerantly(const fs::path& folder) {
         if (entryStatus.type() == fs::status_error) {
             reportWalkError(path, statusError);
         } else if (fs::is_directory(entryStatus)) {
-            if (!isSidecarFolder(path.filename().string())) {
+            if (!ForkLocator::isSidecarFolder(path.filename().string())) {
                 walkFolderTolerantly(path);
             }
-        } else if (!isSidecarFile(path)) {
+        } else if (!forks_.isSidecar(path)) {
             produce(path);
         }
         entry.increment(error);

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "Export.h"
+#include "ForkLocator.h"
 #include "OxQueue.h"
 
 class OxParser;
@@ -54,6 +55,7 @@ class OXPARSER_EXPORT OxFileFactory {
     int filesFound_ = 0;
     std::atomic<bool> cancelled_{false};
     std::set<FolderId> openFolders_;  // the folders between the source and where the walk is
+    ForkLocator forks_;
 };
 
 /// The function object of the walk thread.

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <boost/system/error_code.hpp>
+
+#include "Export.h"
+
+/// What became of one font's copy.
+enum class CopyOutcome {
+    Copied,
+    Same,      ///< skipped: the destination holds the same data and resource fork already
+    Differs,   ///< skipped: the destination is taken by something else
+    NoFolder,  ///< skipped: the destination's folder does not exist
+    NoFile,    ///< the record names no file
+    Refused,   ///< the output path leaves the destination folder
+    Failed     ///< see the error code; nothing was left behind
+};
+
+/// "copied", "same", "differs", "no-folder", "no-file", "refused", "failed".
+OXPARSER_EXPORT const char* copyOutcomeName(CopyOutcome outcome);
+
+struct CopyResult {
+    CopyOutcome outcome = CopyOutcome::Failed;
+    boost::system::error_code error;  ///< set with Failed only
+
+    static CopyResult failed(const boost::system::error_code& error) {
+        return {CopyOutcome::Failed, error};
+    }
+    friend bool operator==(const CopyResult&, const CopyResult&) = default;
+};
+
+/// One record's copy, as an importer reports it.
+struct FontCopy {
+    boost::filesystem::path source;
+    boost::filesystem::path destination;
+    CopyOutcome outcome;
+    boost::system::error_code error;  ///< set with Failed only
+};

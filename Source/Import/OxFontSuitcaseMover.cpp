@@ -1,0 +1,95 @@
+#include "OxFontSuitcaseMover.h"
+
+#include <cerrno>
+
+#include "FolderBelow.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+// The file that a record was made from. An importer rewrites the path attributes, so what the
+// pipeline has noted goes first.
+fs::path fileOf(const OxFont& font) {
+    return font.sourceFile().empty() ? fs::path(font.getAttribute(eSourcePath)) : font.sourceFile();
+}
+
+bool livesInResources(const OxFont& font) {
+    switch (font.getFontType()) {
+        case OxFont::T1:
+        case OxFont::TT:
+        case OxFont::Bi:
+        case OxFont::DF:
+            return !font.resources().empty();
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+OxFontSuitcaseMover::OxFontSuitcaseMover() = default;
+
+OxFontSuitcaseMover::OxFontSuitcaseMover(const fs::path& source, const fs::path& destination)
+    : OxFontMover(source, destination) {}
+
+OxFontSuitcaseMover::~OxFontSuitcaseMover() = default;
+
+void OxFontSuitcaseMover::Move(boost::shared_ptr<OxFont>& font) {
+    if (!font) {
+        return;
+    }
+    if (livesInResources(*font)) {
+        MoveSuitcase(font);
+    } else if (font->getFontType() == OxFont::TTC) {
+        MoveTrueTypeCollection(font);
+    } else {
+        MoveFont(font);
+    }
+}
+
+void OxFontSuitcaseMover::MoveFont(boost::shared_ptr<OxFont>& font) {
+    if (!font) {
+        return;
+    }
+    const fs::path file = fileOf(*font);
+    if (file.empty()) {
+        setLastCopy(CopyResult{CopyOutcome::NoFile, {}});
+        return;
+    }
+    Move(file, destination() / file.filename(), font);
+}
+
+void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
+    if (!font) {
+        return;
+    }
+    const fs::path file = fileOf(*font);
+    const std::string name = font->getGeneratedSuitcaseName();
+    if (file.empty() || name.empty()) {
+        setLastCopy(CopyResult{CopyOutcome::NoFile, {}});
+        return;
+    }
+    // The texts come out of the font: neither may lead anywhere else.
+    const fs::path folder = destination() / font->getGeneratedSuitcaseFolder();
+    const auto below = pathBelow(destination(), folder / name);
+    if (!below || name.find('/') != std::string::npos) {
+        setLastCopy(CopyResult{CopyOutcome::Refused, {}});
+        return;
+    }
+    boost::system::error_code error;
+    openFolderBelow(destination(), below->parent_path(), MissingFolders::Create, error);
+    if (error) {
+        setLastCopy(error.value() == EXDEV ? CopyResult{CopyOutcome::Refused, {}}
+                                           : CopyResult::failed(error));
+        return;
+    }
+    for (const fs::path& printerFont : font->printerFontPaths) {
+        Move(printerFont, folder / printerFont.filename(), font);
+    }
+    Move(file, folder / name, font);
+}
+
+void OxFontSuitcaseMover::MoveTrueTypeCollection(boost::shared_ptr<OxFont>& font) {
+    MoveFont(font);
+}

@@ -1,0 +1,154 @@
+// Host and pipeline on different threads; the suite that thread checkers run.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <boost/thread/thread.hpp>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "OxParser.h"
+#include "ScanHost.h"
+#include "Support.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+// Debug builds and those with sanitizers take too long for the full numbers.
+#ifdef NDEBUG
+constexpr bool kThorough = true;
+#else
+constexpr bool kThorough = false;
+#endif
+
+const fs::path kNoList = "/nonexistent/list";
+
+class ConcurrencyPipeline : public testing::Test {
+  protected:
+    void writeFiles(int count) const {
+        for (int i = 0; i < count; ++i) {
+            folder.write(std::to_string(i) + ".tst", "");
+        }
+    }
+    std::unique_ptr<OxParser> coordinator(
+        const ScriptedParser::Parse& parse = ScriptedParser::oneRecord) const {
+        auto parser = std::make_unique<OxParser>(folder.path(), kNoList, kNoList);
+        parser->addParserImp(new ScriptedParser(parse));
+        return parser;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(ConcurrencyPipeline, DestroyAfterCompletion) {
+    writeFiles(2);
+    const int coordinators = kThorough ? 10000 : 300;
+    std::atomic<int> records{0};
+    for (int i = 0; i < coordinators; ++i) {
+        std::unique_ptr<OxParser> parser = coordinator();
+        parser->fontProgressCallbacks.push_back(
+            [&](int, int, const boost::shared_ptr<OxFont>&) { ++records; });
+        std::atomic<bool> completed{false};
+        parser->fontCompletionCallbacks.push_back([&](bool) { completed = true; });
+        parser->run();
+        // No politeness: the callback may not even have returned when the destructor begins.
+        while (!completed) {
+            std::this_thread::yield();
+        }
+        parser.reset();
+    }
+    EXPECT_EQ(records, 2 * coordinators);
+}
+
+TEST_F(ConcurrencyPipeline, CancelAtAnyMomentStillCompletes) {
+    writeFiles(30);
+    std::mt19937 random(20);
+    for (int round = 0; round < (kThorough ? 400 : 60); ++round) {
+        const auto parser = coordinator();
+        parser->setTolerantWalk(round % 2 == 0);
+        ScanHost host(*parser);
+        const auto delay = std::chrono::microseconds(random() % 3000);
+        std::thread canceller([&] {
+            std::this_thread::sleep_for(delay);
+            parser->cancel();
+        });
+        host.run();
+        canceller.join();
+        ASSERT_THAT(host.fileCompletions, SizeIs(1));
+        ASSERT_THAT(host.fontCompletions, SizeIs(1));
+        ASSERT_LE(host.fonts.size(), 30u);
+    }
+}
+
+TEST_F(ConcurrencyPipeline, RecordsArriveWhileLaterFilesAreParsed) {
+    constexpr int kFiles = 500;
+    constexpr int kMostWaiting = 64;
+    writeFiles(kFiles);
+    const auto parser = coordinator();
+    int received = 0;
+    int mostWaiting = 0;
+    int parsedAtFirst = 0;
+    parser->fontProgressCallbacks.push_back([&](int parsed, int, const boost::shared_ptr<OxFont>&) {
+        parsedAtFirst = received == 0 ? parsed : parsedAtFirst;
+        ++received;
+        // The coordinator's counter now: the host may be slow, and parsing must wait for it.
+        mostWaiting = std::max(mostWaiting, parser->filesParsed() - received);
+    });
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_EQ(received, kFiles);
+    EXPECT_LE(parsedAtFirst, kMostWaiting);
+    EXPECT_LE(mostWaiting, kMostWaiting);
+}
+
+TEST_F(ConcurrencyPipeline, AFileOfManyRecordsDoesNotStopTheParsing) {
+    writeFiles(3);
+    const auto parser = coordinator([](const fs::path&) {
+        return ScriptedParser::records(std::vector<std::string>(1000, "member"));
+    });
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_THAT(host.fonts, SizeIs(3000));
+}
+
+TEST_F(ConcurrencyPipeline, TheRegistryAndTheCountersCanBeUsedWhileAScanRuns) {
+    writeFiles(200);
+    const auto parser = coordinator();
+    ScanHost host(*parser);
+    std::atomic<bool> ended{false};
+    std::thread registrar([&] {
+        int last = -1;
+        while (!ended) {
+            auto* const extra = new ScriptedParser(ScriptedParser::oneRecord,
+                                                   [](const fs::path&) { return false; });
+            parser->addParserImp(extra);
+            const int parsed = parser->filesParsed();
+            EXPECT_GE(parsed, last);
+            last = parsed;
+            parser->removeParserImp(extra);
+        }
+    });
+    host.run();
+    ended = true;
+    registrar.join();
+    EXPECT_THAT(host.fonts, SizeIs(200));
+}
+
+TEST_F(ConcurrencyPipeline, TwoCoordinatorsRunSideBySide) {
+    writeFiles(100);
+    const auto one = coordinator();
+    const auto other = coordinator();
+    ScanHost host(*one);
+    ScanHost otherHost(*other);
+    std::thread second([&] { otherHost.run(); });
+    host.run();
+    second.join();
+    EXPECT_THAT(host.fonts, SizeIs(100));
+    EXPECT_THAT(otherHost.fonts, SizeIs(100));
+}
+
+}  // namespace

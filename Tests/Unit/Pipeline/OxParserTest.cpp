@@ -1,0 +1,323 @@
+#include "OxParser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/function.hpp>
+#include <fstream>
+#include <future>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "FontFoundryList.h"
+#include "LogRecorder.h"
+#include "ScanHost.h"
+#include "SfntBuilder.h"
+#include "Support.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const fs::path kNoList = "/nonexistent/list";
+
+class Pipeline : public testing::Test {
+  protected:
+    // A coordinator over the folder, with a parser for its test files.
+    std::unique_ptr<OxParser> coordinator(
+        const ScriptedParser::Parse& parse = ScriptedParser::oneRecord) const {
+        auto parser = std::make_unique<OxParser>(folder.path(), kNoList, kNoList);
+        parser->addParserImp(new ScriptedParser(parse));
+        return parser;
+    }
+    void writeFiles(int count) const {
+        for (int i = 0; i < count; ++i) {
+            folder.write(std::to_string(i) + ".tst", "");
+        }
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(Pipeline, CountersTellHowFarTheScanIs) {
+    writeFiles(3);
+    folder.write("nobody.takes-this", "");
+    const auto parser = coordinator();
+    EXPECT_EQ(parser->filesParsed(), -1);
+    EXPECT_EQ(parser->totalFiles(), -1);
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_THAT(host.found, ElementsAre(1, 2, 3, 4));
+    ASSERT_THAT(host.fonts, SizeIs(3));
+    EXPECT_EQ(host.fonts[0].total, 4);
+    EXPECT_GE(host.fonts[0].parsed, 1);
+    EXPECT_EQ(parser->filesParsed(), 4) << "files that nobody takes count, too";
+    EXPECT_EQ(parser->totalFiles(), 4);
+    EXPECT_THAT(host.fileCompletions, ElementsAre(false));
+    EXPECT_THAT(host.fontCompletions, ElementsAre(false));
+}
+
+TEST_F(Pipeline, WithoutSourcesOnlyCompletionIsReported) {
+    OxParser parser(kNoList, kNoList);
+    ScanHost host(parser);
+    host.run();
+    EXPECT_THAT(host.found, IsEmpty());
+    EXPECT_THAT(host.fonts, IsEmpty());
+    EXPECT_THAT(host.fileCompletions, ElementsAre(false));
+    EXPECT_THAT(host.fontCompletions, ElementsAre(false));
+    EXPECT_EQ(parser.totalFiles(), 0);
+}
+
+TEST_F(Pipeline, TheFirstRegisteredParserThatAcceptsWins) {
+    writeFiles(1);
+    const auto parser =
+        coordinator([](const fs::path&) { return ScriptedParser::records({"first"}); });
+    parser->addParserImp(
+        new ScriptedParser([](const fs::path&) { return ScriptedParser::records({"second"}); }));
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_THAT(host.fontNames(), ElementsAre("first"));
+}
+
+TEST_F(Pipeline, RemovesExactlyTheParserGiven) {
+    struct Noticed : ScriptedParser {
+        explicit Noticed(bool& gone) : ScriptedParser(oneRecord), gone_(gone) {}
+        ~Noticed() override { gone_ = true; }
+        bool& gone_;
+    };
+    bool firstGone = false;
+    bool secondGone = false;
+    {
+        OxParser parser(kNoList, kNoList);
+        parser.addParserImp(new Noticed(firstGone));
+        auto* const second = new Noticed(secondGone);
+        parser.addParserImp(second);
+        ScriptedParser stranger(ScriptedParser::oneRecord);
+        parser.removeParserImp(&stranger);
+        parser.removeParserImp(second);
+        EXPECT_TRUE(secondGone);
+        EXPECT_FALSE(firstGone);
+    }
+    EXPECT_TRUE(firstGone) << "the registry owns its parsers";
+}
+
+TEST_F(Pipeline, RecordsOfAFileAreReportedLastToFirst) {
+    writeFiles(1);
+    const auto parser = coordinator([](const fs::path&) {
+        return ScriptedParser::records({"A", "B", "C"});
+    });
+    fs::path source;
+    parser->fontProgressCallbacks.push_back(
+        [&](int, int, const boost::shared_ptr<OxFont>& font) { source = font->sourceFile(); });
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_THAT(host.fontNames(), ElementsAre("C", "B", "A"));
+    EXPECT_EQ(source, folder.path() / "0.tst");
+}
+
+TEST_F(Pipeline, ANullListAndAnEmptyOneAreNoRecords) {
+    writeFiles(2);
+    const auto parser = coordinator([](const fs::path& file) {
+        return file.filename() == "0.tst" ? nullptr : ScriptedParser::records({});
+    });
+    ScanHost host(*parser);
+    host.run();
+    EXPECT_THAT(host.fonts, IsEmpty());
+    EXPECT_EQ(parser->filesParsed(), 2);
+}
+
+TEST_F(Pipeline, CallbacksOfAListRunInTheirOrder) {
+    OxParser parser(kNoList, kNoList);
+    std::vector<int> order;
+    parser.fileCompletionCallbacks.push_back([&](bool) { order.push_back(1); });
+    parser.fileCompletionCallbacks.push_back([&](bool) { order.push_back(2); });
+    parser.NotifyFileCompletion(false);
+    EXPECT_THAT(order, ElementsAre(1, 2));
+}
+
+TEST_F(Pipeline, NotifyRaisesWhatACallbackRaises) {
+    OxParser parser(kNoList, kNoList);
+    parser.fileProgressCallbacks.emplace_back();
+    parser.fileCompletionCallbacks.emplace_back();
+    parser.fontProgressCallbacks.emplace_back();
+    parser.fontCompletionCallbacks.emplace_back();
+    EXPECT_THROW(parser.NotifyFileProgress(1, 1, nullptr), boost::bad_function_call);
+    EXPECT_THROW(parser.NotifyFileCompletion(false), boost::bad_function_call);
+    EXPECT_THROW(parser.NotifyFontProgress(1, 1, nullptr), boost::bad_function_call);
+    EXPECT_THROW(parser.NotifyFontCompletion(false), boost::bad_function_call);
+    // The mutex was let go of each time, or these calls would never have come back.
+}
+
+TEST_F(Pipeline, AThrowingWalkCallbackStopsTheWalkThere) {
+    writeFiles(5);
+    const LogRecorder log;
+    std::queue<fs::path> sources;
+    sources.push(folder.path());
+    sources.push(folder.write("other/one.tst", ""));
+    OxParser parser(sources, kNoList, kNoList);
+    parser.addParserImp(new ScriptedParser(ScriptedParser::oneRecord));
+    ScanHost host(parser);
+    parser.fileProgressCallbacks.push_back([](int found, int, void*) {
+        if (found == 2) {
+            throw std::runtime_error("the host gave up");
+        }
+    });
+    host.run();
+    EXPECT_THAT(host.found, ElementsAre(1, 2));
+    EXPECT_THAT(host.fonts, SizeIs(2));
+    EXPECT_EQ(parser.totalFiles(), 2);
+    EXPECT_THAT(host.fileCompletions, ElementsAre(false));
+    EXPECT_THAT(host.fontCompletions, ElementsAre(false));
+    EXPECT_THAT(log.linesWith("the host gave up"),
+                ElementsAre("OxFileFactory ERROR the host gave up"));
+}
+
+TEST_F(Pipeline, AThrowingFontCallbackLosesNoOtherRecord) {
+    writeFiles(4);
+    const LogRecorder log;
+    const auto parser = coordinator();
+    ScanHost host(*parser);
+    parser->fontProgressCallbacks.push_back(
+        [](int, int, const boost::shared_ptr<OxFont>&) { throw std::runtime_error("no more"); });
+    host.run();
+    EXPECT_THAT(host.fonts, SizeIs(4));
+    EXPECT_THAT(log.linesWith("no more"), SizeIs(4));
+}
+
+TEST_F(Pipeline, AThrowingParserLosesNoOtherFile) {
+    writeFiles(6);
+    const LogRecorder log;
+    OxParser parser(folder.path(), kNoList, kNoList);
+    parser.addParserImp(new ScriptedParser(
+        [](const fs::path& file) -> boost::ptr_vector<OxFont>* {
+            if (file.filename() == "1.tst") {
+                throw std::runtime_error("a parser's trouble");
+            }
+            if (file.filename() == "2.tst") {
+                throw 17;  // not even an exception class
+            }
+            return ScriptedParser::oneRecord(file);
+        },
+        [](const fs::path& file) {
+            if (file.filename() == "3.tst") {
+                throw std::runtime_error("cannot look");
+            }
+            return ScriptedParser::takesTestFiles(file);
+        }));
+    ScanHost host(parser);
+    host.run();
+    EXPECT_THAT(host.fontNames(), testing::UnorderedElementsAre("0.tst", "4.tst", "5.tst"));
+    EXPECT_EQ(parser.filesParsed(), 6);
+    EXPECT_THAT(log.linesWith("ERROR"),
+                testing::UnorderedElementsAre("OxFontFactory ERROR a parser's trouble",
+                                              "OxFontFactory ERROR Unknown exception",
+                                              "OxFontFactory ERROR cannot look"));
+}
+
+TEST_F(Pipeline, CancelDuringTheWalkDropsEverythingAndOnlyTheWalkSaysSo) {
+    writeFiles(20);
+    const auto parser = coordinator();
+    ScanHost host(*parser);
+    std::promise<void> walking;
+    std::promise<void> cancelled;
+    parser->fileProgressCallbacks.push_back([&](int found, int, void*) {
+        if (found == 3) {
+            walking.set_value();
+            cancelled.get_future().wait();
+        }
+    });
+    std::thread canceller([&] {
+        walking.get_future().wait();
+        parser->cancel();
+        cancelled.set_value();
+    });
+    host.run();
+    canceller.join();
+    EXPECT_THAT(host.found, SizeIs(20)) << "the described walk goes on";
+    EXPECT_THAT(host.fileCompletions, ElementsAre(true));
+    EXPECT_THAT(host.fonts, IsEmpty());
+    EXPECT_THAT(host.fontCompletions, ElementsAre(false));
+}
+
+TEST_F(Pipeline, CancelDuringAParseFinishesTheFileInHand) {
+    writeFiles(20);
+    std::promise<void> parsing;
+    std::promise<void> cancelled;
+    bool first = true;
+    const auto parser = coordinator([&](const fs::path&) {
+        if (std::exchange(first, false)) {
+            parsing.set_value();
+            cancelled.get_future().wait();
+        }
+        return ScriptedParser::records({"A", "B"});
+    });
+    ScanHost host(*parser);
+    parser->run();
+    parsing.get_future().wait();
+    parser->cancel();
+    cancelled.set_value();
+    host.wait();
+    EXPECT_THAT(host.fontNames(), ElementsAre("B", "A"));
+    EXPECT_THAT(host.fileCompletions, ElementsAre(false));
+    EXPECT_THAT(host.fontCompletions, ElementsAre(true));
+}
+
+TEST_F(Pipeline, LoadsAFoundryListOnceHoweverManyCoordinatorsThereAre) {
+    const fs::path codes = folder.write("codes.txt", "no tab here\nOXT1\tOnce Foundry\n");
+    const fs::path names = folder.write("names.txt", "A name nobody has\n");
+    const LogRecorder log;
+    const auto loads = [&log] { return log.linesWith("fewer than two fields").size(); };
+    for (int i = 0; i < 5; ++i) {
+        const OxParser parser(names, codes);
+    }
+    EXPECT_EQ(loads(), 1u);
+    EXPECT_EQ(theFoundries.FindFoundryFromCode("OXT1"), "Once Foundry");
+
+    folder.write("codes.txt", "no tab here\nOXT1\tAnother Foundry\n");
+    const OxParser parser(names, codes);
+    EXPECT_EQ(loads(), 2u) << "a list that has changed";
+    EXPECT_EQ(theFoundries.FindFoundryFromCode("OXT1"), "Another Foundry");
+}
+
+TEST_F(Pipeline, LogsUnderTheClassesOwnCategories) {
+    const fs::path file = folder.write("Acme.ttf", SfntBuilder::goodFont().build());
+    const LogRecorder log;
+    OxParser parser(file, folder.path() / "names", folder.path() / "codes");
+    ScanHost host(parser);
+    host.run();
+    std::vector<std::string> expected = {
+        "OxParser INFO OxParser::initialize:",
+        "OxParser INFO foundyCodeListPath:  " + (folder.path() / "codes").string(),
+        "OxParser INFO foundyCodeListPath:  " + (folder.path() / "names").string(),
+        "OxFileFactory INFO File Produced:  " + file.string(),
+        "OxParserTrueTypeImp INFO parseFontFile:  ",
+        "OxParserTrueTypeImp INFO Parsing:  " + file.string(),
+    };
+    const std::vector<std::string> lines = log.lines();
+    ASSERT_GT(lines.size(), expected.size());
+    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 6), expected);
+    EXPECT_THAT(log.linesWith("parsing cmap"),
+                ElementsAre("OxParserTrueTypeImp INFO parsing cmap"));
+    EXPECT_THAT(log.linesWith("parsing os/2"),
+                ElementsAre("OxParserTrueTypeImp INFO parsing os/2"));
+    EXPECT_THAT(log.linesWith("ERROR"), IsEmpty());
+}
+
+TEST_F(Pipeline, ABadLoggingConfigurationIsToldAndSwallowed) {
+    const fs::path file = folder.write(
+        "log.properties", "log4cpp.rootCategory=INFO, A\nlog4cpp.appender.A=NoSuchAppender\n");
+    testing::internal::CaptureStdout();
+    OxParser::configure_log4cpp(file.c_str());
+    OxParser::configure_log4cpp("/nonexistent/log.properties");
+    const std::string output = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(output.rfind("Configure Problem ", 0), 0u) << output;
+    EXPECT_NE(output.find("\nConfigure Problem "), std::string::npos) << output;
+    EXPECT_EQ(output.back(), '\n');
+}
+
+}  // namespace
