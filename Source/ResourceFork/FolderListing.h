@@ -1,0 +1,81 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <boost/filesystem/path.hpp>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+/// Entries of a folder with a meaning of their own beside every file in it.
+enum class KnownEntry {
+    eAppleDouble,  // .AppleDouble
+    eResource,     // .resource
+    eFinderInfo,   // .finderinfo
+    eRsrc,         // .rsrc
+    eFinf,         // .finf
+    eHsResource,   // .HSResource
+    eHsAncillary,  // .HSancillary
+    eResourceFrk,  // RESOURCE.FRK
+    eFinderDat,    // FINDER.DAT
+    eCount
+};
+
+/// The names in one folder, as they were when it was listed.
+class FolderListing {
+  public:
+    struct Entry {
+        std::string name;
+        bool maybeLink = false;  // a symbolic link, or the file system does not tell
+    };
+
+    explicit FolderListing(std::vector<Entry> entries);
+
+    /// The entry of this name: byte for byte, else up to Unicode normalisation; null without one.
+    const Entry* find(std::string_view name) const;
+    /// The same, and in the end without regard to case.
+    const Entry* findAnyCase(std::string_view name) const;
+    /// The spelling of a known entry, null when it is missing; case does not matter.
+    const std::string* known(KnownEntry entry) const;
+
+  private:
+    using Index = std::unordered_map<std::string, std::size_t>;
+
+    const Entry* findIn(const Index& index, const std::string& key) const;
+    void buildIndexes() const;
+
+    std::vector<Entry> entries_;  // sorted by name
+    bool plainAscii_ = true;
+    std::array<std::string, static_cast<std::size_t>(KnownEntry::eCount)> known_;
+    mutable bool indexed_ = false;
+    mutable Index canonical_;
+    mutable Index folded_;
+};
+
+/// Listings of the folders that were asked for last. A listing is kept until the folder changes;
+/// while it has changed so recently that a further change might not show in its time of change, it
+/// is listed anew each time. Holds few folders, since files are asked for folder by folder.
+class FolderListings {
+  public:
+    enum class Links { eFollow, eRefuse };
+
+    /// Never null: a folder that cannot be listed has an empty listing.
+    std::shared_ptr<const FolderListing> of(const boost::filesystem::path& folder, Links links);
+
+  private:
+    static constexpr std::size_t kKept = 8;
+
+    struct Kept {
+        std::string path;
+        dev_t device;
+        ino_t inode;
+        timespec changed;
+        std::shared_ptr<const FolderListing> listing;
+    };
+    std::list<Kept> kept_;  // latest first
+};

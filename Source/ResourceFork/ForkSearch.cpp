@@ -1,0 +1,311 @@
+#include "ForkSearch.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <boost/filesystem/operations.hpp>
+#include <cerrno>
+#include <utility>
+
+#include "FileBytes.h"
+#include "Log.h"
+#include "ResourceFile.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr std::size_t kResourceHeader = 16;
+constexpr std::size_t kContentStart = 128;
+// How far above a file a __MACOSX folder is looked for, and how long the answer holds.
+constexpr int kHighestMacOsXFolder = 16;
+constexpr std::chrono::seconds kMacOsXFoldersKept(1);
+constexpr std::string_view kPlaceholderText = "This resource fork intentionally left blank";
+
+const LogChannel& logChannel() {
+    static const LogChannel channel("ForkLocator");
+    return channel;
+}
+
+// Mac OS X and Samba keep such a fork for files without one.
+bool isPlaceholder(ByteView start) {
+    constexpr std::size_t kDataLengthAt = 8;
+    return start.u32be(kDataLengthAt) == 0 &&
+           start.clamped(kResourceHeader, kPlaceholderText.size()).text() == kPlaceholderText;
+}
+
+// The folder `below` of `top`; nothing when it is not there or a link leads to it.
+std::optional<fs::path> folderBelow(const fs::path& top, const fs::path& below) {
+    fs::path path = top;
+    for (const fs::path& part : below) {
+        if (part == ".") {  // what an empty last part is shown as
+            continue;
+        }
+        path /= part;
+        struct stat status;
+        if (::lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+            return std::nullopt;
+        }
+    }
+    return path;
+}
+
+bool isLink(const fs::path& path) {
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+}  // namespace
+
+const FinderDat& FinderDatCache::of(const ForkFile& file,
+                                    const std::shared_ptr<const FolderListing>& folder) {
+    if (folder != folder_ || file.stamp() != stamp_) {
+        stamp_ = file.stamp();
+        folder_ = folder;
+        const std::vector<std::uint8_t> bytes = file.read(0, FinderDat::kSizeLimit);
+        parsed_ = FinderDat(ByteView(bytes), [&](const std::string& name) {
+            return folder_->findAnyCase(name) != nullptr;
+        });
+    }
+    return parsed_;
+}
+
+const std::vector<fs::path>& MacOsXFolders::of(
+    const fs::path& folder, const std::shared_ptr<const FolderListing>& listing) {
+    const auto now = std::chrono::steady_clock::now();
+    if (listing == listing_ && now - looked_ < kMacOsXFoldersKept) {
+        return folders_;
+    }
+    listing_ = listing;
+    looked_ = now;
+    folders_.clear();
+    fs::path ancestor = folder;
+    fs::path below;
+    for (int i = 0; i < kHighestMacOsXFolder; ++i) {
+        if (std::optional<fs::path> tree = folderBelow(ancestor, "__MACOSX" / below)) {
+            folders_.push_back(std::move(*tree));
+        }
+        const fs::path name = ancestor.filename();
+        if (name.empty() || name == "." || name == ".." || name == "/") {
+            break;
+        }
+        below = name / below;
+        ancestor = ancestor.parent_path();
+    }
+    return folders_;
+}
+
+ForkSearch::ForkSearch(ForkLocator& locator, const fs::path& file, Wanted wanted)
+    : locator_(locator), file_(file), wanted_(wanted) {}
+
+std::int16_t ForkSearch::run() {
+    const std::int16_t status = lookAtFile();
+    if (status != noErr) {
+        return status;
+    }
+    findSpots();
+    for (const ForkProbe& probe : forkProbes()) {
+        if (done()) {
+            break;
+        }
+        const bool useful =
+            (probe.givesFork && wantsFork()) || (probe.givesFinderInfo && wantsFinderInfo());
+        if (useful && !(probe.looksInsideFile && wanted_.onlyOutsideFile)) {
+            probe.probe(*this);
+        }
+    }
+    return noErr;
+}
+
+std::int16_t ForkSearch::lookAtFile() {
+    struct stat status;
+    if (::stat(file_.c_str(), &status) != 0) {
+        return statusOfErrno(errno);
+    }
+    fileSize_ = static_cast<std::uint64_t>(status.st_size);
+    return S_ISREG(status.st_mode) ? noErr : fnfErr;
+}
+
+void ForkSearch::findSpots() {
+    const auto spotOf = [&](const fs::path& path) {
+        const fs::path folder = path.parent_path();
+        return Spot{folder, path.filename().string(),
+                    caches().listings.of(folder, FolderListings::Links::eFollow)};
+    };
+    const Spot asked = spotOf(file_);
+    const FolderListing::Entry* entry = asked.listing->find(asked.name);
+    if ((entry == nullptr || entry->maybeLink) && isLink(file_)) {
+        boost::system::error_code error;
+        const fs::path target = fs::canonical(file_, error);
+        if (!error) {
+            spots_.push_back(spotOf(target));
+        }
+    }
+    spots_.push_back(asked);
+}
+
+std::shared_ptr<const FolderListing> ForkSearch::listing(const fs::path& sidecarFolder) {
+    return caches().listings.of(sidecarFolder, FolderListings::Links::eRefuse);
+}
+
+bool ForkSearch::hasAttribute(const std::string& name) {
+    if (!attributes_) {
+        attributes_ = environment().listAttributes(file_);
+    }
+    return std::find(attributes_->begin(), attributes_->end(), name) != attributes_->end();
+}
+
+std::optional<std::vector<std::uint8_t>> ForkSearch::attribute(const std::string& name) {
+    if (!hasAttribute(name)) {
+        return std::nullopt;
+    }
+    return environment().readAttribute(file_, name, environment().forkLimit);
+}
+
+std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
+    const ForkFile::Opened opened = ForkFile::open(path, ForkFile::Links::eRefuse);
+    note(opened.status);
+    return opened.file;
+}
+
+std::shared_ptr<const ForkFile> ForkSearch::content() {
+    if (!contentOpened_) {
+        contentOpened_ = true;
+        if (fileSize_ == 0 || fileSize_ >= kTooLargeToRead) {
+            return nullptr;
+        }
+        const ForkFile::Opened opened = ForkFile::open(file_, ForkFile::Links::eFollow);
+        note(opened.status);
+        content_ = opened.file;
+        if (content_) {
+            contentStart_ = content_->read(0, kContentStart);
+        }
+    }
+    return content_;
+}
+
+ByteView ForkSearch::contentStart() {
+    content();
+    return ByteView(contentStart_);
+}
+
+void ForkSearch::note(std::int16_t status) {
+    // A sidecar that is not there after all is nothing unusual.
+    if (trouble_ == noErr && status != fnfErr) {
+        trouble_ = status;
+    }
+}
+
+void ForkSearch::offerFinderInfo(ForkPlace place, const FinderInfo& info) {
+    const bool known = wanted_.finderInfoWithoutType ? !info.empty() : info.type() != 0;
+    if (wantsFinderInfo() && known) {
+        finder_.place = place;
+        finder_.info = info;
+    }
+}
+
+void ForkSearch::offerFinderInfo(ForkPlace place, const std::optional<FinderInfo>& info) {
+    if (info) {
+        offerFinderInfo(place, *info);
+    }
+}
+
+void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file,
+                           std::uint64_t offset, std::uint64_t length) {
+    if (!wantsFork() || offset >= file->size() || length == 0) {
+        return;
+    }
+    ForkSource source{place, file->path(), {}, offset, std::min(length, file->size() - offset)};
+    const std::vector<std::uint8_t> start =
+        file->read(offset, std::min<std::uint64_t>(source.length, kContentStart));
+    const ByteView view(start);
+    const Rank rank = !isPlausibleResourceHeader(view, source.length) ? Rank::eDamaged
+                      : isPlaceholder(view)                           ? Rank::ePlaceholder
+                                                                      : Rank::ePlausible;
+    keep(rank, std::move(source), std::move(file), nullptr);
+}
+
+void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file) {
+    const std::uint64_t size = file->size();
+    offerFork(place, std::move(file), 0, size);
+}
+
+void ForkSearch::offerFork(ForkPlace place, const fs::path& file, const std::string& attribute,
+                           std::vector<std::uint8_t> bytes) {
+    if (!wantsFork() || bytes.empty()) {
+        return;
+    }
+    const ByteView view(bytes);
+    const Rank rank = !isPlausibleResourceHeader(view, view.size()) ? Rank::eDamaged
+                      : isPlaceholder(view)                         ? Rank::ePlaceholder
+                                                                    : Rank::ePlausible;
+    const ForkSource source{place, file, attribute, 0, view.size()};
+    keep(rank, source, nullptr, std::make_shared<std::vector<std::uint8_t>>(std::move(bytes)));
+}
+
+void ForkSearch::offerDamagedFork(ForkPlace place, const fs::path& file) {
+    keep(Rank::eDamaged, ForkSource{place, file, {}, 0, 0}, nullptr, nullptr);
+}
+
+void ForkSearch::keep(Rank rank, ForkSource source, std::shared_ptr<const ForkFile> file,
+                      ForkBytes bytes) {
+    if (wanted_.fork && rank > rank_) {
+        rank_ = rank;
+        source_ = std::move(source);
+        sourceFile_ = std::move(file);
+        sourceBytes_ = std::move(bytes);
+    }
+}
+
+bool ForkSearch::offerAppleDouble(ForkPlace place, std::shared_ptr<const ForkFile> file,
+                                  appledouble::Strictness strictness) {
+    const std::vector<std::uint8_t> start = file->read(0, kContentStart);
+    const std::optional<std::size_t> size = appledouble::headerSize(ByteView(start), strictness);
+    if (!size) {
+        return false;
+    }
+    const std::vector<std::uint8_t> header = file->read(0, *size);
+    const auto layout = appledouble::readHeader(ByteView(header), file->size(), strictness);
+    if (!layout) {
+        return false;
+    }
+    if (layout->finderInfo) {
+        const std::vector<std::uint8_t> info =
+            file->read(layout->finderInfo->offset,
+                       std::min<std::uint64_t>(layout->finderInfo->length, FinderInfo::kSize));
+        offerFinderInfo(place, FinderInfo::from(ByteView(info)));
+    }
+    if (layout->resourceFork) {
+        if (layout->clamped && wantsFork()) {
+            logChannel().warn("Resource fork ends with its file:  " + file->path().string());
+        }
+        offerFork(place, std::move(file), layout->resourceFork->offset,
+                  layout->resourceFork->length);
+    }
+    return true;
+}
+
+bool ForkSearch::hasRealFork() const {
+    return rank_ == Rank::ePlausible || rank_ == Rank::eDamaged;
+}
+
+ForkAnswer ForkSearch::takeFork() {
+    ForkAnswer answer;
+    answer.source = source_;
+    if (rank_ == Rank::eNone) {
+        answer.status = trouble_ != noErr ? trouble_ : eofErr;
+    } else if (source_.length > environment().forkLimit) {
+        answer.status = memFullErr;
+    } else {
+        answer.bytes = std::move(sourceBytes_);
+        if (!answer.bytes && sourceFile_) {
+            answer.bytes = std::make_shared<std::vector<std::uint8_t>>(
+                sourceFile_->read(source_.offset, source_.length));
+        }
+        const bool whole = answer.bytes && answer.bytes->size() == source_.length;
+        answer.status = rank_ == Rank::eDamaged ? mapReadErr : whole ? noErr : ioErr;
+        logChannel().info("Resource fork:  %s",
+                          forkPlaceName(source_.place) + (": " + source_.file.string()));
+    }
+    return answer;
+}
