@@ -14,9 +14,11 @@
 #include "FontFoundryList.h"
 #include "LibraryResources.h"
 #include "Log.h"
+#include "OxParserDfontImp.h"
 #include "OxParserOpenTypeImp.h"
 #include "OxParserPFBImp.h"
 #include "OxParserPFMImp.h"
+#include "OxParserSuitcaseImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "OxParserTrueTypeImp.h"
 
@@ -120,6 +122,8 @@ void OxParser::initialize() {
     addParserImp(new OxParserPFMImp);
     addParserImp(new OxParserPFBImp);
     addParserImp(new OxParserTrueTypeCollectionImp(0));
+    addParserImp(new OxParserSuitcaseImp);
+    addParserImp(new OxParserDfontImp);
 }
 
 void OxParser::configure_log4cpp(const char* propertyFile) {

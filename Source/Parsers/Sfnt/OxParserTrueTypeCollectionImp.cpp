@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 
+#include "CollectionBudget.h"
 #include "Log.h"
 #include "ParserSupport.h"
 #include "SfntTables.h"
@@ -17,11 +18,6 @@ constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::
 
 constexpr std::uint64_t kShortestMember = 28;
 constexpr std::uint64_t kHeaderSize = 12;
-
-// What the members of one file may ask for altogether.
-constexpr std::size_t kMostRecords = 4096;
-constexpr std::uint64_t kMostTimesSummed = 256;
-constexpr std::uint64_t kSummedAllowance = 16 * 1024 * 1024;
 
 }  // namespace
 
@@ -79,6 +75,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             return fonts.release();
         }
         tableBytesSummed_ = 0;
+        const CollectionBudget budget{*source.size};
         // Offsets past the end of the file are not read, so the count needs no other bound.
         const std::uint64_t count = source.u32(8);
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -86,8 +83,10 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             if (entry + 4 > *source.size) {
                 break;
             }
-            if (!fonts->empty() && !mayGoOn(source, fonts->size())) {
-                fonts->back().addDiagnostic(eError, 0, "Font data is too entangled to check");
+            // The file's own digest is taken once.
+            if (!fonts->empty() &&
+                !budget.allowsMore(fonts->size(), tableBytesSummed_, budget.size)) {
+                fonts->back().addDiagnostic(eError, 0, CollectionBudget::kTooEntangled);
                 break;
             }
             const auto offset = static_cast<std::int32_t>(source.u32(entry));
@@ -106,12 +105,6 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file, std::int
     Source source(file);
     validateMember(source, offset, fonts->back());
     return fonts.release();
-}
-
-bool OxParserTrueTypeCollectionImp::mayGoOn(const Source& source, std::size_t records) const {
-    // The file's own digest is taken once, which no budget of digested bytes could stop.
-    return records < kMostRecords &&
-           tableBytesSummed_ <= kMostTimesSummed * *source.size + kSummedAllowance;
 }
 
 void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t offset,

@@ -27,5 +27,4 @@ class OXPARSER_EXPORT OxParserTrueTypeCollectionImp : public OxParserTrueTypeImp
     class Source;
 
     void validateMember(Source& source, std::int32_t offset, OxFont& font);
-    bool mayGoOn(const Source& source, std::size_t records) const;
 };

@@ -1,0 +1,136 @@
+#include "OxParserDfontImp.h"
+
+#include <boost/thread/lock_guard.hpp>
+#include <exception>
+#include <memory>
+
+#include "CollectionBudget.h"
+#include "Log.h"
+#include "MacResourceTypes.h"
+#include "OutlineRecords.h"
+#include "OxFontUtilitiesMac.h"
+#include "ParserSupport.h"
+#include "ResourceFileSession.h"
+#include "SuitcaseBudget.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using FontList = boost::ptr_vector<OxFont>;
+
+const LogChannel& log() {
+    static const LogChannel channel("OxParserDfontImp");
+    return channel;
+}
+
+}  // namespace
+
+/// Turns the families of the current resource file into records.
+class OxParserDfontImp::Walk {
+  public:
+    Walk(OxParserDfontImp& parser, const fs::path& file, FontList& fonts)
+        : parser_(parser), file_(file), fonts_(fonts), outlines_(file, kDfontMode, budget_) {}
+
+    void run() {
+        const int count = Count1Resources(kFondType);
+        for (int i = 1; i <= count && !budget_.isExhausted(); ++i) {
+            readFamily(static_cast<std::int16_t>(i));
+        }
+        if (budget_.isExhausted() && !fonts_.empty()) {
+            log().error(CollectionBudget::kTooEntangled);
+            fonts_.back().addDiagnostic(eError, 0, CollectionBudget::kTooEntangled);
+        }
+    }
+
+  private:
+    void readFamily(std::int16_t index) {
+        const Handle fond = Get1IndResource(kFondType, index);
+        const std::int16_t status = ResError();
+        auto record = std::make_unique<OxFont>();
+        if (status != noErr) {
+            setPathAttributes(*record, file_);
+            record->addDiagnostic(eError, 0, "Corrupt FOND:  " + std::to_string(status));
+            fonts_.push_back(record.release());
+        } else if (!OxFontUtilitiesMac::validateFOND(*record, index)) {
+            fonts_.push_back(record.release());
+        } else {
+            HLock(fond);
+            readEntries(fond, *record);
+            HUnlock(fond);
+        }
+    }
+
+    void readEntries(Handle fond, OxFont& record) {
+        const FondView family(handleBytes(fond));
+        const auto last = static_cast<std::int16_t>(family.entryCountWord());
+        for (int i = 0; i <= last && !budget_.isExhausted(); ++i) {
+            const auto entry = family.entry(static_cast<unsigned>(i));
+            if (!entry) {
+                return;
+            }
+            if (!parser_.validateAssoc(record, &*entry)) {
+                continue;
+            }
+            for (const OxFont& font : outlines_.of(fond, *entry).fonts) {
+                fonts_.push_back(new OxFont(font));
+                budget_.addKept(font);
+                if (budget_.isExhausted()) {
+                    return;
+                }
+            }
+        }
+    }
+
+    OxParserDfontImp& parser_;
+    const fs::path& file_;
+    FontList& fonts_;
+    SuitcaseBudget budget_;
+    OutlineRecords outlines_;
+};
+
+OxParserDfontImp::OxParserDfontImp() = default;
+
+OxParserDfontImp::~OxParserDfontImp() {
+    closeFile();
+}
+
+FontList* OxParserDfontImp::parseFontFile(fs::path file) {
+    log().info("parseFontFile:  %s", file.string());
+    return validate(file);
+}
+
+bool OxParserDfontImp::inspectFont(fs::path file) {
+    return hasExtension(file, ".DFONT");
+}
+
+FontList* OxParserDfontImp::validate(const fs::path& file) {
+    log().info("Parsing:  %s", file.string());
+    auto fonts = std::make_unique<FontList>();
+    const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
+    try {
+        openFile(file);
+        Walk(*this, file, *fonts).run();
+    } catch (const std::exception& error) {
+        log().error(error.what());
+    }
+    return fonts.release();
+}
+
+FontList* OxParserDfontImp::parseFont(const fs::path& file, char** fondHandle,
+                                      const AsscEntry* entry) {
+    OxParserTrueTypeMacImp parser;
+    return parser.parseFont(file, fondHandle, entry, kDfontMode);
+}
+
+void OxParserDfontImp::openFile(const fs::path& file) {
+    const FSRef reference = referenceTo(file);
+    closeFile();
+    openFile_ = openFork(reference, FSGetDataForkName);
+}
+
+void OxParserDfontImp::closeFile() {
+    if (openFile_ != -1) {
+        CloseResFile(openFile_);
+        openFile_ = -1;
+    }
+}

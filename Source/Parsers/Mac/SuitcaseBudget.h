@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+#include "OxFont.h"
+
+/// What one file of resources may cost.
+///
+/// A few megabytes of families can name the same resources and style names a million times over.
+/// The limits lie far beyond every real suitcase; they keep a made-up one from filling the memory
+/// or holding up the scan.
+class SuitcaseBudget {
+  public:
+    static constexpr std::uint64_t kMostTextKept = std::uint64_t{256} << 20;
+    static constexpr std::uint64_t kMostWork = std::uint64_t{8} << 30;
+
+    /// What a bitmap entry costs: its names are put together and its printer font is looked for.
+    static constexpr std::uint64_t kStrikeWork = 32 * 1024;
+
+    /// Bytes that a record takes, roughly.
+    static std::uint64_t sizeOf(const OxFont& font);
+
+    /// In bytes digested, or as slow.
+    void addWork(std::uint64_t bytes) { work_ += bytes; }
+    void addKept(const OxFont& font) { textKept_ += sizeOf(font); }
+    bool isExhausted() const { return work_ > kMostWork || textKept_ > kMostTextKept; }
+
+  private:
+    std::uint64_t work_ = 0;
+    std::uint64_t textKept_ = 0;
+};

@@ -1,0 +1,158 @@
+#include "OxParserDfontImp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "MacFontBuilder.h"
+#include "MacResourceTypes.h"
+#include "OxParserSuitcaseImp.h"
+#include "SfntBuilder.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using FontList = boost::ptr_vector<OxFont>;
+
+class Dfont : public testing::Test {
+  protected:
+    FontList parse(const ResourceForkBuilder& fork) { return parse(fork.build()); }
+    FontList parse(const Bytes& fork) {
+        const std::unique_ptr<FontList> fonts(
+            parser.parseFontFile(folder.write("Acme.dfont", fork)));
+        FontList result;
+        result.transfer(result.end(), *fonts);
+        return result;
+    }
+    static Bytes family(std::vector<FondBuilder::Entry> entries) {
+        FondBuilder fond;
+        fond.entries = std::move(entries);
+        return fond.build();
+    }
+
+    TemporaryFolder folder;
+    OxParserDfontImp parser;
+};
+
+TEST_F(Dfont, IsKnownByItsExtensionAlone) {
+    EXPECT_TRUE(parser.inspectFont("A.DFONT"));
+    EXPECT_TRUE(parser.inspectFont(".dfont"));
+    EXPECT_FALSE(parser.inspectFont("A.dfont.ttf"));
+    EXPECT_TRUE(parser.diagnoseFont("a"));
+    EXPECT_TRUE(parser.repairFont("a"));
+}
+
+TEST_F(Dfont, KeepsEveryRecordAndTakesBitmapsForOutlines) {
+    const auto fonts = parse(ResourceForkBuilder()
+                                 .add("FOND", 1, family({{0, 0, 4}, {9, 0, 1}, {12, 0, 2}}))
+                                 .add("FOND", 2, family({{0, 0, 4}, {0, 0, 9}, {-1, 0, 4}}))
+                                 .add("NFNT", 1, strike())
+                                 .add("NFNT", 2, strike())
+                                 .add("sfnt", 4, outline("A")));
+    ASSERT_THAT(fonts, SizeIs(5)) << "a missing outline yields nothing";
+    for (const std::size_t i : {0u, 3u, 4u}) {
+        EXPECT_EQ(fonts[i].getAttribute(ePostscriptname), "A");
+        EXPECT_EQ(fonts[i].getAttribute(eFileName), "Acme.dfont");
+        EXPECT_EQ(fonts[i].attributes(), fonts[0].attributes());
+    }
+    for (const std::size_t i : {1u, 2u}) {
+        EXPECT_THAT(diagnosticLines(fonts[i]), ElementsAre("error 0 Missing sfnt resource"));
+    }
+}
+
+TEST_F(Dfont, DamagedFamiliesYieldRecords) {
+    ResourceForkBuilder builder;
+    builder.add("FOND", 1, compressedResource(), "", 0x01)
+        .add("FOND", 2, family({{0, 0, 4}, {0, 0, 4}}))
+        .add("FOND", 3, family({{0, 0, 4}}))
+        .add("sfnt", 4, outline("A"));
+    Bytes fork = builder.build();
+    const std::size_t second = 256 + 4 + compressedResource().size() + 4;
+    patch(fork, second + 6, 2, 300);
+    const auto fonts = parse(fork);
+    ASSERT_THAT(fonts, SizeIs(3));
+    EXPECT_THAT(diagnosticLines(fonts[0]), ElementsAre("error 0 Corrupt FOND:  -186"));
+    EXPECT_EQ(fonts[0].getAttribute(eFontFilePath), folder.path().string());
+    EXPECT_EQ(fonts[0].getAttribute(eFileName), "Acme.dfont");
+    EXPECT_THAT(diagnosticLines(fonts[1]),
+                ElementsAre("error 0 Corrupt FOND:  Invalid last character"));
+    EXPECT_EQ(fonts[1].getAttribute(eFileName), "");
+    EXPECT_EQ(fonts[2].getAttribute(ePostscriptname), "A");
+}
+
+TEST_F(Dfont, WhatIsNoResourceFileIsEmpty) {
+    EXPECT_THAT(parse(Bytes()), IsEmpty());
+    EXPECT_THAT(parse(bytesOf("no resources in here")), IsEmpty());
+    EXPECT_THAT(parse(macBinary(ResourceForkBuilder().add("FOND", 1, family({{0, 0, 9}})).build())),
+                IsEmpty())
+        << "the data fork is the file's own bytes";
+    const std::unique_ptr<FontList> missing(parser.parseFontFile(folder.path() / "none.dfont"));
+    EXPECT_THAT(*missing, IsEmpty());
+}
+
+TEST_F(Dfont, StaysOpenUntilTheNextOneOpensOrTheParserGoes) {
+    const OpenResources before(ResourceForkBuilder().add("NFNT", 1, {}));
+    const auto fork = ResourceForkBuilder().add("FOND", 1, family({{9, 0, 7}}));
+    std::int16_t first = 0;
+    {
+        OxParserDfontImp another;
+        const auto file = folder.write("B.dfont", fork.build());
+        const auto parseAgain = [&another](const boost::filesystem::path& path) {
+            delete another.parseFontFile(path);
+        };
+        parseAgain(file);
+        first = CurResFile();
+        EXPECT_NE(first, before.reference());
+        EXPECT_EQ(Count1Resources(kFondType), 1);
+
+        // another parser's work restores it
+        OxParserSuitcaseImp suitcase;
+        delete suitcase.parseFontFile(folder.write("S", macBinary(fork.build())));
+        EXPECT_EQ(CurResFile(), first);
+
+        parseAgain(folder.path() / "none.dfont");
+        EXPECT_EQ(CurResFile(), first) << "nothing was opened";
+
+        parseAgain(file);
+        EXPECT_NE(CurResFile(), first);
+        UseResFile(first);
+        EXPECT_EQ(ResError(), resFNotFound) << "at most one stays open";
+        parseAgain(folder.write("C.dfont", "damaged"));
+        EXPECT_EQ(CurResFile(), before.reference());
+        parseAgain(file);
+        first = CurResFile();
+    }
+    UseResFile(first);
+    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(CurResFile(), before.reference());
+}
+
+TEST_F(Dfont, ItsOwnParseFontReadsOneEntry) {
+    const OpenResources open(ResourceForkBuilder().add("sfnt", 4, outline("A")));
+    const AsscEntry entry{0, 0, 4};
+    const std::unique_ptr<FontList> fonts(parser.parseFont("A.dfont", nullptr, &entry));
+    ASSERT_THAT(*fonts, SizeIs(1));
+}
+
+TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
+    auto names = SfntBuilder::goodNames();
+    names[8].text = SfntBuilder::utf16(std::u16string(30000, u'x'));
+    ResourceForkBuilder builder;
+    builder.add("sfnt", 4,
+                SfntBuilder::goodFont().table("name", SfntBuilder::nameTable(names)).build());
+    const Bytes many = family(std::vector<FondBuilder::Entry>(51, {0, 0, 4}));
+    for (int id = 0; id < 250; ++id) {
+        builder.add("FOND", id, many);
+    }
+    const auto fonts = parse(builder);
+    EXPECT_LT(fonts.size(), 250u * 51);
+    EXPECT_GT(fonts.size(), 5000u);
+    EXPECT_THAT(fonts.front().diagnostics(), IsEmpty());
+    EXPECT_THAT(diagnosticLines(fonts.back()),
+                ElementsAre("error 0 Font data is too entangled to check"));
+}
+
+}  // namespace

@@ -1,0 +1,176 @@
+#include "OxParserPostscriptImp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <memory>
+
+#include "MacFontBuilder.h"
+#include "MacResourceTypes.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+class MacPostscript : public testing::Test {
+  protected:
+    OxFont parse(const FondBuilder& family, const std::string& name = "Helvetica",
+                 const char* strikeType = "NFNT") {
+        return parse(family.build(), name, strikeType, strike());
+    }
+    OxFont parse(const Bytes& family, const std::string& name, const char* strikeType,
+                 const Bytes& strikeData) {
+        const OpenResources open(
+            ResourceForkBuilder().add("FOND", 2000, family, name).add(strikeType, 7, strikeData));
+        const Handle fond = Get1Resource(kFondType, 2000);
+        const AsscEntry entry = FondView(handleBytes(fond)).entry(0).value();
+        OxParserPostscriptImp parser;
+        const std::unique_ptr<boost::ptr_vector<OxFont>> fonts(
+            parser.parseFont(folder.path() / "Suitcase", fond, &entry, 0));
+        EXPECT_EQ(CurResFile(), open.reference());
+        EXPECT_EQ(fonts->size(), 1u);
+        return OxFont(fonts->front());
+    }
+    void writePrinterFont(const std::string& name, const Bytes& fork) {
+        folder.write(name, "");
+        folder.write("._" + name, appleDouble("LWFN", "ASPF", fork));
+    }
+    TemporaryFolder folder;
+};
+
+TEST_F(MacPostscript, FamilyAndStrikeFillTheRecord) {
+    const OxFont font = parse(FondBuilder::helvetica({12, 3, 7}), "Helv\x8Etica");
+    const std::map<std::string, std::string> expected = {
+        {eType, "T1"},
+        {eFoundry, "Unknown"},
+        {eFontFilePath, folder.path().string()},
+        {eFileName, "Suitcase"},
+        {eBasename, "Helv\xC3\xA9tica"},
+        {eDisplayname, "Helv\xC3\xA9tica"},
+        {eResourcename, "Helv\xC3\xA9tica"},
+        {eFamilyname, "Helvetica"},
+        {ePostscriptname, "Helvetica-BoldOblique"},
+        {ePrinterFilePath, "HelveBolObl"},
+        {eMultipleMaster, "NO"},
+        {eSize, "12"},
+        {eStyle, "3"},
+        {eFontId, "7"},
+        {eFntSize, "300"},
+    };
+    EXPECT_EQ(font.attributes(), expected);
+    EXPECT_THAT(font.resources(), ElementsAre(Pair(kNfntType, 7), Pair(kFondType, 2000)));
+    EXPECT_THAT(font.printerFontPaths, ElementsAre(folder.path() / "HelveBolObl"));
+    EXPECT_THAT(diagnosticLines(font),
+                ElementsAre("error 15310 Missing Printer Font:  HelveBolObl"));
+}
+
+TEST_F(MacPostscript, FontStandsInForNfntAndIsRecordedAlone) {
+    const OxFont font = parse(FondBuilder::helvetica({12, 0, 7}), "Helvetica", "FONT");
+    EXPECT_THAT(font.resources(), ElementsAre(Pair(kFontType, 7), Pair(kFondType, 2000)));
+}
+
+TEST_F(MacPostscript, ABadStrikeEndsTheWork) {
+    const Bytes family = FondBuilder::helvetica({12, 0, 7}).build();
+    const OxFont small = parse(family, "Helvetica", "NFNT", strike(299));
+    EXPECT_THAT(diagnosticLines(small), ElementsAre("error 0 Corrupt Assoc:  Invalid NFNT size"));
+    EXPECT_EQ(small.attributes().size(), 2u) << "type and foundry";
+    EXPECT_THAT(small.resources(), ElementsAre(Pair(kNfntType, 7)));
+
+    const OxFont missing = parse(family, "Helvetica", "sfnt", {});
+    EXPECT_THAT(diagnosticLines(missing),
+                ElementsAre("error 0 Corrupt Assoc:  NULL HFNT Resource"));
+    EXPECT_THAT(missing.resources(), IsEmpty());
+}
+
+TEST_F(MacPostscript, StyleCodesAreUnsignedAndReachBehindTheTable) {
+    const OxFont font = parse(FondBuilder::helvetica({12, 0xFFFF, 7}));
+    EXPECT_EQ(font.getAttribute(eStyle), "65535");
+    EXPECT_EQ(font.getAttribute(ePostscriptname), "Helvetica");
+}
+
+TEST_F(MacPostscript, MultipleMasterFamilies) {
+    FondBuilder family = FondBuilder::helvetica({12, 0, 7});
+    family.names[0] = "MyriadMM";
+    const OxFont font = parse(family, "MyriadMM_400");
+    EXPECT_EQ(font.getAttribute(eMultipleMaster), "YES");
+    EXPECT_EQ(font.getAttribute(eFamilyname), "Myriad");
+    EXPECT_EQ(parse(family, "%Myria_400").getAttribute(eMultipleMaster), "YES");
+}
+
+TEST_F(MacPostscript, AFamilyWithoutStyleTableRaises) {
+    FondBuilder family;
+    family.entries = {{12, 0, 7}};
+    const auto textOf = [this](const Bytes& bytes) -> std::string {
+        try {
+            parse(bytes, "Helvetica", "NFNT", strike());
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(textOf(family.build()), "Corrupt Font:  No Style Table");
+    Bytes atTheEnd = family.build();
+    patch(atTheEnd, FondBuilder::kStyleTableField, 4, 60);
+    EXPECT_EQ(textOf(atTheEnd), "offset < GetHandleSize(inFondH)");
+}
+
+TEST_F(MacPostscript, ThePrinterFontFillsWhatIsEmpty) {
+    writePrinterFont("HelveBol", postChunks({{1, type1Program()}, {5, ""}}).build());
+    const OxFont font = parse(FondBuilder::helvetica({12, 1, 7}));
+    EXPECT_THAT(font.diagnostics(), IsEmpty());
+    EXPECT_EQ(font.getAttribute(eFullname), "Acme (TM) Bold");
+    EXPECT_EQ(font.getAttribute(eFontVersion), "001.005");
+    EXPECT_EQ(font.getAttribute(eFoundry), "Acme Fonts");
+    // what the suitcase says stays
+    EXPECT_EQ(font.getAttribute(ePostscriptname), "Helvetica-Bold");
+    EXPECT_EQ(font.getAttribute(eFamilyname), "Helvetica");
+    EXPECT_EQ(font.getAttribute(eFileName), "Suitcase");
+    EXPECT_EQ(font.getFontType(), OxFont::T1);
+}
+
+TEST_F(MacPostscript, OnlyFilesUnderTheExactNameInTheFolderCount) {
+    folder.write("HelveBol.bin", "");
+    ASSERT_EQ(mkfifo((folder.path() / "HelveBol").c_str(), 0600), 0);
+    EXPECT_THAT(diagnosticLines(parse(FondBuilder::helvetica({12, 1, 7}))),
+                ElementsAre("error 15310 Missing Printer Font:  HelveBol"));
+
+    FondBuilder elsewhere = FondBuilder::helvetica({12, 1, 7});
+    elsewhere.names[0] = "Helve";
+    elsewhere.names[4] = "/Bol";
+    elsewhere.names[3] = "";
+    folder.write("Helve/Bol", "");
+    EXPECT_THAT(diagnosticLines(parse(elsewhere)),
+                ElementsAre("error 15310 Missing Printer Font:  Helve/Bol"));
+}
+
+TEST_F(MacPostscript, AnEmptyPrinterNameIsTheFolderWhichExists) {
+    FondBuilder family = FondBuilder::helvetica({12, 1, 7});
+    family.names = {"", ""};
+    const OxFont font = parse(family);
+    EXPECT_THAT(font.diagnostics(), IsEmpty());
+    EXPECT_EQ(font.getAttribute(ePostscriptname), "");
+    EXPECT_EQ(font.getAttribute(ePrinterFilePath), "");
+    EXPECT_EQ(font.getAttribute(eFoundry), "Unknown");
+}
+
+TEST_F(MacPostscript, ADamagedPrinterFontLeavesTheRecordAsItWas) {
+    folder.write("HelveBol", "no fork here");
+    const OxFont font = parse(FondBuilder::helvetica({12, 1, 7}));
+    EXPECT_THAT(font.diagnostics(), IsEmpty());
+    EXPECT_EQ(font.getAttribute(eFullname), "");
+    EXPECT_EQ(font.getAttribute(eFoundry), "Unknown");
+}
+
+TEST_F(MacPostscript, AnEntryThatNamesNoStrikePassesItsCheck) {
+    OxParserPostscriptImp parser;
+    const AsscEntry entry{0, 0, 7};
+    OxFont font;
+    EXPECT_TRUE(parser.validateAssoc(font, &entry));
+    EXPECT_EQ(font.attributes().size(), 1u);
+}
+
+}  // namespace

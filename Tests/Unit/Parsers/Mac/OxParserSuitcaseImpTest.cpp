@@ -1,0 +1,272 @@
+#include "OxParserSuitcaseImp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <memory>
+
+#include "MacFontBuilder.h"
+#include "MacResourceTypes.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::SizeIs;
+using Lines = std::vector<std::string>;
+using FontList = boost::ptr_vector<OxFont>;
+
+// A family of outlines has no style table.
+FondBuilder familyOf(std::vector<FondBuilder::Entry> entries) {
+    FondBuilder fond;
+    fond.entries = std::move(entries);
+    return fond;
+}
+
+class Suitcase : public testing::Test {
+  protected:
+    FontList parse(const ResourceForkBuilder& fork) { return parse(fork.build()); }
+    FontList parse(const Bytes& fork) {
+        const OpenResources current(ResourceForkBuilder().add("NFNT", 1, {}));
+        const std::unique_ptr<FontList> fonts(
+            parser.parseFontFile(folder.write("Suitcase", macBinary(fork))));
+        EXPECT_EQ(CurResFile(), current.reference()) << "the file that was current is so again";
+        FontList result;
+        result.transfer(result.end(), *fonts);
+        return result;
+    }
+    static std::vector<std::string> names(const FontList& fonts) {
+        std::vector<std::string> result;
+        for (const OxFont& font : fonts) {
+            result.push_back(font.getAttribute(eType) + " " + font.getAttribute(ePostscriptname));
+        }
+        return result;
+    }
+
+    TemporaryFolder folder;
+    OxParserSuitcaseImp parser;
+};
+
+TEST_F(Suitcase, IsKnownByItsFinderTypeAlone) {
+    const Bytes fork = ResourceForkBuilder().add("FOND", 1, {}).build();
+    for (const char* type : {"FFIL", "tfil", "ffil"}) {
+        MacBinaryOptions options;
+        options.type = type;
+        EXPECT_TRUE(parser.inspectFont(folder.write("any.txt", macBinary(fork, options)))) << type;
+    }
+    for (const char* type : {"LWFN", "ffIL", "TFIL", "DFIL"}) {
+        MacBinaryOptions options;
+        options.type = type;
+        EXPECT_FALSE(parser.inspectFont(folder.write("A.suit", macBinary(fork, options)))) << type;
+    }
+    folder.write("empty", "");
+    folder.write("._empty", appleDouble("FFIL", "DMOV", fork));
+    EXPECT_TRUE(parser.inspectFont(folder.path() / "empty"));
+    EXPECT_FALSE(parser.inspectFont(folder.write("bare.suit", fork)));
+    EXPECT_FALSE(parser.inspectFont(folder.path()));
+    EXPECT_FALSE(parser.inspectFont(folder.path() / "missing"));
+    EXPECT_FALSE(parser.inspectFont(""));
+    ASSERT_EQ(mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
+    EXPECT_FALSE(parser.inspectFont(folder.path() / "fifo"));
+    EXPECT_FALSE(parser.diagnoseFont("a"));
+    EXPECT_FALSE(parser.repairFont("a"));
+}
+
+TEST_F(Suitcase, OneRecordForEachDistinctFont) {
+    FondBuilder family = FondBuilder::helvetica({9, 0, 1});
+    family.entries = {{9, 0, 1}, {12, 0, 2}, {12, 1, 3}, {0, 0, 4}, {0, 0, 4}, {0, 1, 5}};
+    const auto fonts = parse(ResourceForkBuilder()
+                                 .add("FOND", 10, family.build(), "Helvetica")
+                                 .add("FOND", 11, familyOf({{0, 0, 5}, {0, 0, 4}}).build())
+                                 .add("NFNT", 1, strike())
+                                 .add("NFNT", 2, strike())
+                                 .add("NFNT", 3, strike())
+                                 .add("sfnt", 4, outline("Helvetica"))
+                                 .add("sfnt", 5, outline("Other")));
+    EXPECT_THAT(names(fonts),
+                ElementsAre("T1 Helvetica", "T1 Helvetica-Bold", "TTF Helvetica", "TTF Other"));
+    EXPECT_EQ(fonts[0].getAttribute(eSize), "9") << "the first of equal ones stays";
+    EXPECT_EQ(fonts[2].getAttribute(eFileName), "Suitcase");
+}
+
+TEST_F(Suitcase, WithoutFamiliesItIsEmpty) {
+    EXPECT_THAT(parse(ResourceForkBuilder().add("sfnt", 4, outline())), IsEmpty());
+    EXPECT_THAT(parse(placeholderFork()), IsEmpty());
+}
+
+TEST_F(Suitcase, DamagedFamiliesYieldARecordEachAndTheWalkGoesOn) {
+    Bytes damaged = familyOf({{0, 0, 4}}).build();
+    patch(damaged, 4, 2, 256);
+    ResourceForkBuilder builder;
+    builder.add("FOND", 1, damaged)
+        .add("FOND", 2, compressedResource(), "", 0x01)
+        .add("FOND", 3, familyOf({{0, 0, 4}}).build())
+        .add("FOND", 4, damaged)
+        .add("FOND", 5, familyOf({{0, 0, 4}}).build())
+        .add("sfnt", 4, outline());
+    Bytes fork = builder.build();
+    patch(fork, builder.referenceAt(4) + 4, 4, 0x00FFFFFF);  // data outside the fork
+    const auto fonts = parse(fork);
+    ASSERT_THAT(fonts, SizeIs(5));
+    EXPECT_THAT(diagnosticLines(fonts[0]),
+                ElementsAre("error 0 Corrupt FOND:  Invalid first character"));
+    EXPECT_EQ(fonts[0].attributes().size(), 1u) << "\"Foundry\" alone";
+    EXPECT_THAT(diagnosticLines(fonts[1]), ElementsAre("error 0 Corrupt FOND:  -186"));
+    EXPECT_EQ(fonts[2].getAttribute(ePostscriptname), "AcmeSans-Bold");
+    EXPECT_THAT(fonts[3].diagnostics(), SizeIs(1));
+    EXPECT_THAT(diagnosticLines(fonts[4]), ElementsAre("error 0 Corrupt FOND:  -192"));
+}
+
+TEST_F(Suitcase, ADamagedFamilysRecordEqualsALaterMissingOutline) {
+    Bytes damaged = familyOf({{0, 0, 4}}).build();
+    patch(damaged, 4, 2, 256);
+    const FontList fonts = parse(ResourceForkBuilder()
+                                     .add("FOND", 1, damaged)
+                                     .add("FOND", 2, familyOf({{0, 0, 9}}).build()));
+    EXPECT_THAT(fonts, SizeIs(1)) << "no name and no type: both are the same font";
+}
+
+TEST_F(Suitcase, EntriesOutsideTheFamilyAreNotWalked) {
+    Bytes fond = familyOf({{0, 0, 8}}).build();
+    ASSERT_EQ(fond.size(), 60u);
+    patch(fond, FondBuilder::kCountField, 2, 50);
+    const auto fonts = parse(ResourceForkBuilder().add("FOND", 1, fond));
+    ASSERT_THAT(fonts, SizeIs(1));
+    EXPECT_THAT(diagnosticLines(fonts[0]), ElementsAre("error 0 Missing sfnt resource"));
+    fond.resize(59);
+    EXPECT_THAT(parse(ResourceForkBuilder().add("FOND", 1, fond)), IsEmpty());
+    EXPECT_THAT(parse(ResourceForkBuilder().add("FOND", 1, {})), IsEmpty());
+}
+
+TEST_F(Suitcase, AFamilyWithoutStyleTableEndsTheWalkOnTheLastRecord) {
+    ResourceForkBuilder builder;
+    builder.add("FOND", 1, familyOf({{0, 0, 4}, {0, 0, 5}, {9, 0, 1}}).build())
+        .add("FOND", 2, familyOf({{0, 0, 6}}).build())
+        .add("NFNT", 1, strike())
+        .add("sfnt", 4, outline("A"))
+        .add("sfnt", 5, outline("B"))
+        .add("sfnt", 6, outline("C"));
+    const auto fonts = parse(builder);
+    EXPECT_THAT(names(fonts), ElementsAre("TTF A", "TTF B"));
+    EXPECT_THAT(fonts[0].diagnostics(), IsEmpty());
+    EXPECT_THAT(diagnosticLines(fonts[1]), ElementsAre("error 0 Corrupt Font:  No Style Table"));
+
+    EXPECT_THAT(parse(ResourceForkBuilder()
+                          .add("FOND", 1, familyOf({{9, 0, 1}, {0, 0, 4}}).build())
+                          .add("NFNT", 1, strike())
+                          .add("sfnt", 4, outline("A"))),
+                IsEmpty())
+        << "without a record the text is dropped";
+}
+
+TEST_F(Suitcase, OneThatDoesNotOpenIsEmpty) {
+    const OpenResources current(ResourceForkBuilder().add("NFNT", 1, {}));
+    for (const auto& file :
+         {folder.write("plain", "no fork"), folder.path() / "missing", folder.path()}) {
+        const std::unique_ptr<FontList> fonts(parser.parseFontFile(file));
+        EXPECT_THAT(*fonts, IsEmpty());
+        EXPECT_EQ(CurResFile(), current.reference());
+    }
+}
+
+TEST_F(Suitcase, SizesOfAStyleShareTheirPrinterFont) {
+    FondBuilder family = FondBuilder::helvetica({9, 0, 1});
+    family.entries = {{9, 0, 1}, {9, 1, 1}, {0, 0, 4}};
+    folder.write("Helve", macBinary(postChunks({{1, type1Program()}, {5, ""}}).build()));
+    const auto fonts = parse(ResourceForkBuilder()
+                                 .add("FOND", 10, family.build())
+                                 .add("NFNT", 1, strike())
+                                 .add("sfnt", 4, outline("A")));
+    ASSERT_THAT(names(fonts), ElementsAre("T1 Helvetica", "T1 Helvetica-Bold", "TTF A"))
+        << "the suitcase is current again after the printer font";
+    EXPECT_EQ(fonts[0].getAttribute(eFullname), "Acme (TM) Bold");
+    EXPECT_EQ(fonts[1].getAttribute(eFullname), "");
+}
+
+TEST_F(Suitcase, ManyFamiliesThatShareAFontCostLittle) {
+    ResourceForkBuilder builder;
+    std::vector<FondBuilder::Entry> entries(51, {0, 0, 4});
+    for (int id = 0; id < 1000; ++id) {
+        builder.add("FOND", id, familyOf(entries).build());
+    }
+    builder.add("sfnt", 4, outline("A", 1 << 20));
+    EXPECT_THAT(names(parse(builder)), ElementsAre("TTF A"));
+}
+
+OxFont record(const char* name, int type, const char* resourceName = "") {
+    OxFont font;
+    font.setAttribute(ePostscriptname, name);
+    font.setAttribute(eFamilyname, name);
+    font.setAttribute(eResourcename, resourceName);
+    font.setAttribute(eMultipleMaster, "YES");
+    font.setFontType(type);
+    return font;
+}
+
+TEST_F(Suitcase, ListsOfUniqueFonts) {
+    FontList fonts;
+    EXPECT_FALSE(parser.fondIsT1TT(&fonts));
+    parser.addUniqueFont(&fonts, record("A", OxFont::T1));
+    parser.addUniqueFont(&fonts, record("A", OxFont::T1));
+    EXPECT_FALSE(parser.fondIsT1TT(&fonts));
+    auto source = std::make_unique<FontList>();
+    source->push_back(new OxFont(record("A", OxFont::TT)));
+    source->push_back(new OxFont(record("B", OxFont::T1)));
+    source->push_back(new OxFont(record("A", OxFont::T1)));
+    parser.addUniqueFonts(&fonts, source.release());
+    EXPECT_THAT(names(fonts), ElementsAre("T1 A", "TT A", "T1 B"));
+    EXPECT_TRUE(parser.fondIsT1TT(&fonts));
+}
+
+TEST_F(Suitcase, MultipleMasterFamiliesAreGathered) {
+    FontList fonts;
+    fonts.push_back(new OxFont(record("MyriadMM", OxFont::T1, "MyriadMM_400")));
+    fonts.push_back(new OxFont(record("MyriadMM", OxFont::T1, "MyriadMM_600")));
+    fonts.push_back(new OxFont(record("MyriadMM", OxFont::T1, "%Myria_400")));
+    fonts.push_back(new OxFont(record("Plain", OxFont::T1, "Plain")));
+    fonts[0].addResource(kFondType, 1);
+    fonts[1].addResource(kFondType, 2);
+    const std::unique_ptr<FontList> families(parser.collectMultipleMasterFonts(fonts));
+    ASSERT_THAT(*families, SizeIs(1));
+    EXPECT_THAT(families->front().resources(), ElementsAre(Pair(kFondType, 1), Pair(kFondType, 2)));
+
+    const OpenResources open(ResourceForkBuilder()
+                                 .add("FOND", 7, {}, "%MMyriadMM_400")
+                                 .add("FOND", 8, {}, "%MOther_400")
+                                 .add("FOND", 9, {}, "MyriadMM_400"));
+    parser.addMultipleMasterStemResources(&families->front());
+    EXPECT_EQ(families->front().getResourceByType(kFondType), std::pair(int{kFondType}, 7));
+}
+
+TEST_F(Suitcase, DamageAnywhereIsHarmless) {
+    FondBuilder family = FondBuilder::helvetica({9, 0, 1});
+    family.entries = {{9, 1, 1}, {0, 0, 4}, {0, 1, 5}};
+    Bytes collection = bytesOf(std::string("ttcf\0\1\0\0\0\0\0\2\0\0\0\x14\0\0\0\x14", 20));
+    collection.resize(5000);
+    ResourceForkBuilder builder;
+    builder.add("sfnt", 4, outline("A"))
+        .add("sfnt", 5, collection)
+        .add("NFNT", 1, strike())
+        .add("FOND", 10, family.build(), "Helvetica");
+    const Bytes good = builder.build();
+    const std::size_t interesting = builder.mapAt() - 300 - family.build().size() - 8;
+    const auto parseQuietly = [this](const Bytes& fork) {
+        const std::unique_ptr<FontList> fonts(
+            parser.parseFontFile(folder.write("Suitcase", macBinary(fork))));
+        ASSERT_NE(fonts, nullptr);
+    };
+    for (std::size_t at = interesting; at < good.size(); ++at) {
+        for (const std::uint8_t value : {std::uint8_t{0}, std::uint8_t{0xFF}}) {
+            Bytes fork = good;
+            fork[at] = value;
+            parseQuietly(fork);
+        }
+    }
+    for (std::size_t size = 0; size < good.size(); size += size < interesting ? 97 : 1) {
+        parseQuietly(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)));
+    }
+}
+
+}  // namespace
