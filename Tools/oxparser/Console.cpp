@@ -36,6 +36,9 @@ void Console::showStatus(const std::string& text) {
         writeLine(text);
         return;
     }
+    if (statusPaused_) {
+        return;
+    }
     // The last column stays free: a cursor behind it would wrap on some terminals.
     const int columns = terminalColumns(STDERR_FILENO) - 1;
     write(kWipe + cutToWidth(safeText(text), columns, Cut::End));
@@ -44,6 +47,12 @@ void Console::showStatus(const std::string& text) {
 
 void Console::hideStatus() {
     const std::lock_guard lock(mutex_);
+    wipe();
+}
+
+void Console::pauseStatus(bool paused) {
+    const std::lock_guard lock(mutex_);
+    statusPaused_ = paused;
     wipe();
 }
 

@@ -27,10 +27,24 @@ class Console {
     /// On a terminal the status line now shows `text`, cut to the terminal's width; elsewhere the
     /// text is a line of its own.
     void showStatus(const std::string& text);
-    /// Wipes the status line, so that other text can take its place.
+    /// Wipes the status line.
     void hideStatus();
 
+    /// As long as one of these lives, no status line is shown: what is written to the terminal in
+    /// another way meanwhile stands on lines of its own.
+    class StatusPause {
+      public:
+        explicit StatusPause(Console& console) : console_(console) { console_.pauseStatus(true); }
+        StatusPause(const StatusPause&) = delete;
+        StatusPause& operator=(const StatusPause&) = delete;
+        ~StatusPause() { console_.pauseStatus(false); }
+
+      private:
+        Console& console_;
+    };
+
   private:
+    void pauseStatus(bool paused);
     void writeLine(const std::string& text);
     void wipe();
     static void write(std::string_view bytes);
@@ -39,4 +53,5 @@ class Console {
     std::atomic<int> complaints_{0};
     std::mutex mutex_;
     bool statusShown_ = false;
+    bool statusPaused_ = false;
 };

@@ -86,9 +86,11 @@ void ScanSession::handleRecord(const OxFont& font, int filesParsed, int totalFil
     summary_.defects.notes += defects.notes;
     progress_.record(font.sourceFile().string(), summary_.fonts, summary_.defects.all());
     if (isTerminal(output_.descriptor())) {
-        console_.hideStatus();
+        const Console::StatusPause pause(console_);
+        handler(font, filesParsed, totalFiles);
+    } else {
+        handler(font, filesParsed, totalFiles);
     }
-    handler(font, filesParsed, totalFiles);
     if (output_.failed()) {
         interruption_.request();
     }
