@@ -334,7 +334,9 @@ class EndingEarlyTest(ProgramTest):
             os.link(font, self.path("many", "%d.ttf" % number))
 
     def long_scan(self, *arguments, **options):
+        # Unbuffered, so that communicate() misses nothing of what a readline() took ahead.
         process = self.start("scan", "--format", "jsonl", "--progress", "never", *arguments,
+                             bufsize=0,
                              **options)
         self.addCleanup(process.stderr.close)
         self.addCleanup(process.stdout.close)

@@ -17,5 +17,8 @@ struct Options {
     std::string log;
     std::string filesFrom;
     bool nullSeparated = false;
+    std::string destination;
+    bool createFolders = true;
+    bool dryRun = false;
     std::vector<std::string> arguments;  ///< PATHs or CODEs, exactly as given
 };

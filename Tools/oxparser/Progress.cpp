@@ -37,6 +37,11 @@ void Progress::record(const std::string& file, int fonts, int defects) {
     defects_ = defects;
 }
 
+void Progress::extra(const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    extra_ = text;
+}
+
 void Progress::finish(int filesParsed, int totalFiles) {
     const std::lock_guard lock(mutex_);
     if (!enabled_) {
@@ -65,5 +70,5 @@ std::string Progress::parsingText(int filesParsed, int totalFiles) const {
     const int percent = totalFiles > 0 ? static_cast<int>(100LL * filesParsed / totalFiles) : 100;
     return std::to_string(percent) + "%  " + std::to_string(filesParsed) + " of " +
            std::to_string(totalFiles) + " files, " + std::to_string(fonts_) + " fonts, " +
-           std::to_string(defects_) + " defects";
+           std::to_string(defects_) + " defects" + (extra_.empty() ? "" : ", " + extra_);
 }

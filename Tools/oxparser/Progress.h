@@ -21,6 +21,8 @@ class Progress {
     void parsing(int filesParsed, int totalFiles);
     /// A record has been reported.
     void record(const std::string& file, int fonts, int defects);
+    /// Something more to tell behind the counts.
+    void extra(const std::string& text);
     /// Clears the status line; elsewhere the last line tells the final counts.
     void finish(int filesParsed, int totalFiles);
 
@@ -35,6 +37,7 @@ class Progress {
     std::mutex mutex_;
     Clock::time_point lastShown_{};
     std::string file_;
+    std::string extra_;
     int fonts_ = 0;
     int defects_ = 0;
 };

@@ -111,9 +111,14 @@ void ScanSession::waitForCompletion(const OxParser& parser) {
 }
 
 void ScanSession::summarize(ResultWriter& writer) {
-    writer.writeJsonOnly(summary_.json());
+    summarize(writer, summary_.json(), summary_.text());
+}
+
+void ScanSession::summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
+                            const std::string& text) {
+    writer.writeJsonOnly(json);
     if (options_.format != Format::JsonLines && output_.error() != EPIPE) {
-        console_.line(summary_.text());
+        console_.line(text);
     }
 }
 

@@ -45,6 +45,11 @@ class ScanSession {
 
     /// Writes the summary: to `writer` where the format has a place for it, else to the console.
     void summarize(ResultWriter& writer);
+    /// The same for a command that has more to say.
+    void summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
+                   const std::string& text);
+    /// One more count behind the others in the progress line.
+    void showExtra(const std::string& text) { progress_.extra(text); }
     const ScanSummary& summary() const { return summary_; }
     int exitStatus() const;
 

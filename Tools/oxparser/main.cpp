@@ -14,6 +14,7 @@
 #include "Console.h"
 #include "ExitStatus.h"
 #include "ExplainCommand.h"
+#include "ImportCommand.h"
 #include "Options.h"
 #include "Output.h"
 #include "ScanCommand.h"
@@ -26,6 +27,10 @@ constexpr char kFolderNote[] =
 constexpr char kExplainNote[] =
     "Without a CODE, all of them are explained. In the table, square brackets hold remarks on\n"
     "codes that the catalogue of messages does not know.";
+constexpr char kImportNote[] =
+    "Fonts go to FOLDER/INITIAL/FAMILY/FOUNDRY/FILE. Nothing that exists is ever overwritten. A\n"
+    "line for each font says what became of it: copied, same, differs, no-folder, no-file,\n"
+    "refused or failed.";
 constexpr char kStatusNote[] =
     "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong usage;\n"
     "130 or 143 after an interrupt or a termination signal.";
@@ -129,6 +134,18 @@ void addScanOptions(CLI::App& command, Options& options) {
     addFile(command, "--log", options.log, "A log4cpp property file (no logging)");
 }
 
+void addImportOptions(CLI::App& command, Options& options) {
+    addFile(command, "--to", options.destination, "The folder that fonts are copied into")
+        ->option_text("FOLDER");
+    command
+        .add_flag_callback(
+            "--no-create-folders", [&options] { options.createFolders = false; },
+            "Skip copies whose folder is missing")
+        ->option_text(" ");
+    command.add_flag("--dry-run", options.dryRun, "Say what would be done, and do nothing")
+        ->option_text(" ");
+}
+
 /// The program's commands. A new command is one more `add`.
 class CommandLine {
   public:
@@ -151,6 +168,10 @@ class CommandLine {
         check.options.failOn = FailOn::Error;
         addScanOptions(*check.command, check.options);
 
+        Entry& import = add("import", "Copy recognised fonts into a folder", "PATH... --to FOLDER",
+                            runImport, kImportNote);
+        addScanOptions(*import.command, import.options);
+        addImportOptions(*import.command, import.options);
         Entry& explain = add("explain", "Print what the codes of defects mean", "[CODE...]",
                              runExplain, kExplainNote);
         addFormat(*explain.command, explain.options);
