@@ -24,7 +24,7 @@ ResultShape scanShape() {
         {"ERR", 3, 3, 0, 0, Align::Right},
         {"WRN", 3, 3, 0, 0, Align::Right},
         {"NOTE", 4, 4, 0, 0, Align::Right},
-        {"FILE", 20, 1000, 9, 0, Align::Left, Cut::Start},
+        {"FILE", 24, 1000, 9, 0, Align::Left, Cut::Start},
     };
     shape.csv = {"file", "fontType"};
     shape.csv.insert(shape.csv.end(), std::begin(kCsvAttributes), std::end(kCsvAttributes));
@@ -40,6 +40,10 @@ std::string countText(int count) {
 std::string familyText(const OxFont& font) {
     const std::string family = font.getAttribute(eFamilyname);
     return family.empty() ? font.getAttribute(eDisplayname) : family;
+}
+
+std::string typeText(const OxFont& font) {
+    return font.getFontType() == OxFont::notSure ? "?" : fontTypeText(font);
 }
 
 // A foundry that is not known is left blank: most free fonts name none.
@@ -65,7 +69,7 @@ class ScanResult : public FontResult {
     std::vector<Row> tableRows() const override {
         const DefectCounts counts = countDefects(font());
         return {{
-            {fontTypeText(font())},
+            {typeText(font())},
             {familyText(font())},
             {font().getAttribute(eSubFamilyname)},
             {foundryText(font())},
