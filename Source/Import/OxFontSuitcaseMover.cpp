@@ -1,8 +1,11 @@
 #include "OxFontSuitcaseMover.h"
 
+#include <boost/filesystem/operations.hpp>
 #include <cerrno>
+#include <new>
 
 #include "FolderBelow.h"
+#include "SuitcaseCopy.h"
 
 namespace {
 
@@ -73,7 +76,7 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
     // The texts come out of the font: neither may lead anywhere else.
     const fs::path folder = destination() / font->getGeneratedSuitcaseFolder();
     const auto below = pathBelow(destination(), folder / name);
-    if (!below || name.find('/') != std::string::npos) {
+    if (!below || name == "." || name.find('/') != std::string::npos) {
         setLastCopy(CopyResult{CopyOutcome::Refused, {}});
         return;
     }
@@ -84,10 +87,33 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
                                            : CopyResult::failed(error));
         return;
     }
-    for (const fs::path& printerFont : font->printerFontPaths) {
-        Move(printerFont, folder / printerFont.filename(), font);
+    CopyResult result = CopyResult::failed({ENOMEM, boost::system::system_category()});
+    try {
+        result = copySuitcase(*font, file, destination() / below->parent_path(), name);
+    } catch (const std::bad_alloc&) {
+        // What was prepared is discarded; the result says it.
     }
-    Move(file, folder / name, font);
+    if (result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Same) {
+        const std::optional<CopyResult> trouble = movePrinterFonts(font, folder);
+        result = trouble.value_or(result);
+    }
+    setLastCopy(result);
+}
+
+std::optional<CopyResult> OxFontSuitcaseMover::movePrinterFonts(boost::shared_ptr<OxFont>& font,
+                                                                const fs::path& folder) {
+    std::optional<CopyResult> trouble;
+    for (const fs::path& printerFont : font->printerFontPaths) {
+        boost::system::error_code error;
+        if (!fs::is_regular_file(printerFont, error)) {
+            continue;  // its absence is on the record
+        }
+        Move(printerFont, folder / printerFont.filename(), font);
+        if (lastCopy() && lastCopy()->outcome == CopyOutcome::Failed) {
+            trouble = lastCopy();
+        }
+    }
+    return trouble;
 }
 
 void OxFontSuitcaseMover::MoveTrueTypeCollection(boost::shared_ptr<OxFont>& font) {

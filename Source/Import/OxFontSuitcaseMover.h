@@ -2,6 +2,7 @@
 
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
+#include <optional>
 
 #include "Export.h"
 #include "OxFontMover.h"
@@ -24,8 +25,14 @@ class OXPARSER_EXPORT OxFontSuitcaseMover : public OxFontMover {
     virtual void Move(boost::shared_ptr<OxFont>& font);
     /// Copies the record's file, under its own name, into the destination folder.
     virtual void MoveFont(boost::shared_ptr<OxFont>& font);
-    /// Places a font that lives in resources in the folder of its foundry, made if it is missing.
+    /// Writes the record's family, with its strikes and outlines, as a new suitcase (a MacBinary
+    /// file) into the folder of its foundry, made if it is missing, and copies its printer font
+    /// files beside it.
     virtual void MoveSuitcase(boost::shared_ptr<OxFont>& font);
     /// Copies the record's collection, with all its members, into the destination folder.
     virtual void MoveTrueTypeCollection(boost::shared_ptr<OxFont>& font);
+
+  private:
+    std::optional<CopyResult> movePrinterFonts(boost::shared_ptr<OxFont>& font,
+                                               const boost::filesystem::path& folder);
 };

@@ -4,6 +4,9 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include "MacFontBuilder.h"
+#include "OxParserSuitcaseImp.h"
+#include "ResourceForkBuilder.h"
 #include "Support.h"
 
 namespace {
@@ -67,6 +70,108 @@ TEST(SuitcaseMover, CopiesTheRecordsFileIntoItsFolder) {
     font->setSourceFile(two);
     mover.Move(font);
     EXPECT_EQ(readFile(target / "Two.ttc"), bytesOf("two"));
+}
+
+class SuitcaseMove : public testing::Test {
+  protected:
+    void SetUp() override {
+        FondBuilder family = FondBuilder::helvetica({12, 0, 1000});
+        family.entries.push_back({14, 1, 1001});
+        family.entries.push_back({0, 0, 2000});
+        FondBuilder other = FondBuilder::helvetica({9, 0, 3000});
+        other.names.front() = "Other";
+        ResourceForkBuilder fork;
+        fork.add("FOND", 128, family.build(), "Helvetica");
+        fork.add("FOND", 129, other.build(), "Other");
+        fork.add("NFNT", 1000, strike());
+        fork.add("FONT", 1001, strike(400));
+        fork.add("NFNT", 3000, strike(500));
+        fork.add("sfnt", 2000, outline());
+        suitcase = source.write("Helvetica", Bytes());
+        source.write("._Helvetica", appleDouble("FFIL", "DMOV", fork.build()));
+    }
+    std::vector<boost::shared_ptr<OxFont>> records(const fs::path& file) {
+        OxParserSuitcaseImp parser;
+        EXPECT_TRUE(parser.inspectFont(file));
+        const std::unique_ptr<boost::ptr_vector<OxFont>> list(parser.parseFontFile(file));
+        std::vector<boost::shared_ptr<OxFont>> fonts;
+        for (const OxFont& font : *list) {
+            fonts.push_back(boost::make_shared<OxFont>(font));
+        }
+        return fonts;
+    }
+    boost::shared_ptr<OxFont> bitmapRecord() {
+        const auto fonts = records(suitcase);
+        return fonts.empty() ? nullptr : fonts.front();
+    }
+
+    TemporaryFolder source;
+    TemporaryFolder target;
+    fs::path suitcase;
+    OxFontSuitcaseMover mover{fs::path(), target.path()};
+};
+
+TEST_F(SuitcaseMove, WritesTheFamilyWithItsStrikesAndOutlines) {
+    auto font = bitmapRecord();
+    ASSERT_TRUE(font);
+    ASSERT_EQ(font->getFontType(), OxFont::T1);
+    mover.Move(font);
+    ASSERT_TRUE(mover.lastCopy());
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Copied);
+    const fs::path written =
+        target.path() / font->getGeneratedSuitcaseFolder() / font->getGeneratedSuitcaseName();
+    ASSERT_TRUE(fs::is_regular_file(written));
+
+    // The same records but for where they are; the other family is not among them.
+    const auto before = records(suitcase);
+    const auto after = records(written);
+    ASSERT_EQ(after.size() + 1, before.size());
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        auto expected = before[i]->attributes();
+        expected[eFontFilePath] = written.parent_path().string();
+        expected[eFileName] = written.filename().string();
+        EXPECT_EQ(after[i]->attributes(), expected);
+        EXPECT_EQ(after[i]->resources(), before[i]->resources());
+        EXPECT_EQ(diagnosticLines(*after[i]), diagnosticLines(*before[i]));
+    }
+}
+
+TEST_F(SuitcaseMove, NeverOverwritesAndTellsSameFromDiffers) {
+    auto font = bitmapRecord();
+    ASSERT_TRUE(font);
+    mover.Move(font);
+    const fs::path written =
+        target.path() / font->getGeneratedSuitcaseFolder() / font->getGeneratedSuitcaseName();
+    const Bytes first = readFile(written);
+    mover.Move(font);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Same);
+    EXPECT_EQ(readFile(written), first);
+    fs::remove(written);
+    target.write((written.parent_path().filename() / written.filename()).string(), "mine");
+    mover.Move(font);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Differs);
+    EXPECT_EQ(readFile(written), bytesOf("mine"));
+}
+
+TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
+    auto font = bitmapRecord();
+    ASSERT_TRUE(font);
+    ASSERT_EQ(font->printerFontPaths.size(), 1u);
+    source.write(font->printerFontPaths[0].filename().string(), "printer font");
+    mover.Move(font);
+    const fs::path folder = target.path() / font->getGeneratedSuitcaseFolder();
+    EXPECT_EQ(readFile(folder / font->printerFontPaths[0].filename()), bytesOf("printer font"));
+
+    font->setAttribute(ePostscriptname, "Elsewhere");
+    fs::remove(source.path() / "._Helvetica");
+    mover.Move(font);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Failed);
+    EXPECT_FALSE(fs::exists(folder / "Elsewhere"));
+    for (const char* name : {"../../x", "a/b", "..", "."}) {
+        font->setAttribute(ePostscriptname, name);
+        mover.Move(font);
+        EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Refused) << name;
+    }
 }
 
 }  // namespace
