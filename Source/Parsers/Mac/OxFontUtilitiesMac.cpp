@@ -1,7 +1,7 @@
 #include "OxFontUtilitiesMac.h"
 
+#include <algorithm>
 #include <stdexcept>
-#include <vector>
 
 #include "Ascii.h"
 #include "MacResourceTypes.h"
@@ -56,18 +56,9 @@ bool contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
 
-// Places in `part` where the words of a printer font's file name begin; the last one is its end.
-std::vector<std::size_t> wordBounds(std::string_view part, bool first) {
-    std::vector<std::size_t> bounds;
-    const std::size_t end = std::min(part.find('_'), part.size());
-    for (std::size_t i = 0; i < end; ++i) {
-        const char c = part[i];
-        if (ascii::isUpper(c) || (i == 0 && ascii::isDigit(c)) || (!first && !ascii::isAlpha(c))) {
-            bounds.push_back(i);
-        }
-    }
-    bounds.push_back(end);
-    return bounds;
+bool startsWord(const std::string& part, std::size_t place, bool first) {
+    const char c = part[place];
+    return ascii::isUpper(c) || (place == 0 && ascii::isDigit(c)) || (!first && !ascii::isAlpha(c));
 }
 
 }  // namespace
@@ -208,10 +199,16 @@ void OxFontUtilitiesMac::GetNamesForStyle(const StyleTable& table, std::string& 
 }
 
 void OxFontUtilitiesMac::MakeName(std::string& fileName, const std::string& part, bool first) {
-    const std::vector<std::size_t> bounds = wordBounds(part, first);
-    for (std::size_t i = 0; i + 1 < bounds.size(); ++i) {
-        const std::size_t most = first && fileName.empty() ? 5 : 3;
-        fileName += part.substr(bounds[i], std::min(most, bounds[i + 1] - bounds[i]));
+    const std::size_t end = std::min(part.find('_'), part.size());
+    std::size_t left = 0;  // of the current word; none before the first
+    for (std::size_t i = 0; i < end; ++i) {
+        if (startsWord(part, i, first)) {
+            left = first && fileName.empty() ? 5 : 3;
+        }
+        if (left > 0) {
+            fileName += part[i];
+            --left;
+        }
     }
 }
 

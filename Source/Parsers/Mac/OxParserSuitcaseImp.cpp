@@ -75,9 +75,9 @@ class SuitcaseWalk {
 
     void readEntry(Handle fond, const AsscEntry& entry) {
         if (entry.fontSize > 0) {
-            budget_.addWork(SuitcaseBudget::kStrikeWork);
             const std::unique_ptr<FontList> fonts(
                 postscript_.parseFont(file_, fond, &entry, kSuitcaseMode));
+            budget_.addStrike(fonts->front());
             add(*fonts);
         } else if (const auto outline = outlines_.of(fond, entry); outline.isNew) {
             add(outline.fonts);  // later the same records would all be found to be known
@@ -86,7 +86,6 @@ class SuitcaseWalk {
 
     void add(const FontList& fonts) {
         for (const OxFont& font : fonts) {
-            budget_.addWork(SuitcaseBudget::sizeOf(font));
             if (unique_.add(font)) {
                 budget_.addKept(font);
             }
