@@ -127,7 +127,8 @@ void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count)
 void md5_finish(md5_state_t* state, std::uint8_t digest[16]) {
     const std::uint64_t bits = state->length * 8;
     std::array<std::uint8_t, 72> padding{0x80};
-    const std::size_t zeros = (119 - state->length % 64) % 64;  // up to 8 bytes before a block's end
+    const std::size_t zeros =
+        (119 - state->length % 64) % 64;  // up to 8 bytes before a block's end
     storeLittleEndian(&padding[1 + zeros], static_cast<std::uint32_t>(bits));
     storeLittleEndian(&padding[5 + zeros], static_cast<std::uint32_t>(bits >> 32));
     md5_append(state, padding.data(), 9 + zeros);

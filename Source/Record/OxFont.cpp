@@ -24,10 +24,10 @@ union ProcessLifetime {
 ProcessLifetime holder;
 
 [[gnu::constructor(101)]] void constructTypeTable() {
-    new (&holder.table) TypeTable(boost::assign::map_list_of(0, "T1")(1, "TT")(2, "Bi")(4, "DF")(
-        5, "TTF")(6, "TTC")(7, "OTPS")(8, "OTTT")(9, "PFB")(10, "T1Outline")(11, "T3Outline")(
-        20, "notSure")
-                                          .convert_to_container<TypeTable>());
+    new (&holder.table) TypeTable(
+        boost::assign::map_list_of(0, "T1")(1, "TT")(2, "Bi")(4, "DF")(5, "TTF")(6, "TTC")(
+            7, "OTPS")(8, "OTTT")(9, "PFB")(10, "T1Outline")(11, "T3Outline")(20, "notSure")
+            .convert_to_container<TypeTable>());
 }
 
 template <typename Resources>
@@ -74,8 +74,7 @@ std::string OxFont::getAttribute(const std::string& key) const {
     std::string result;
     if (const auto stored = attributes_.find(key); stored != absent) {
         result = stored->second;
-    } else if (key == eSourcePath && value(eFontFilePath) != absent &&
-               value(eFileName) != absent) {
+    } else if (key == eSourcePath && value(eFontFilePath) != absent && value(eFileName) != absent) {
         result = (boost::filesystem::path(value(eFontFilePath)->second) / value(eFileName)->second)
                      .string();
     }

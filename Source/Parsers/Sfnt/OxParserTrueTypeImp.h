@@ -90,8 +90,8 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     boost::ptr_vector<OxFont>* validateFile(const boost::filesystem::path& file,
                                             const SfntFormat& format,
                                             ttf::tagFontDirectory* directory = nullptr);
-    /// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with no
-    /// image, for a file that is too large or that memory does not suffice for.
+    /// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with
+    /// no image, for a file that is too large or that memory does not suffice for.
     void readImage(FileBytes& file, OxFont& font);
     /// Walks `count` records of the table directory at `start`, reading every table that the
     /// format reads.
