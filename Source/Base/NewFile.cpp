@@ -1,38 +1,56 @@
 #include "NewFile.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <cstdio>
 
 namespace {
 
 constexpr int kAttempts = 16;
 // One call never takes more than this on some systems.
 constexpr std::size_t kPiece = std::size_t{1} << 30;
+constexpr int kOnlyOurs = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 std::string idOf(const struct stat& status) {
     return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
-// Gives `to` to the file called `from`, unless `to` is taken. Not all file systems know links.
-int renameWithoutReplacing(const char* from, const char* to) {
-    if (::link(from, to) == 0) {
-        ::unlink(from);
-        return 0;
+// Identifies the file of that name, links not followed; empty when there is none.
+std::string idOf(int folder, const std::string& name) {
+    struct stat status;
+    const bool there = ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return there ? idOf(status) : std::string();
+}
+
+std::string idOf(const FileDescriptor& file) {
+    struct stat status;
+    return ::fstat(file.get(), &status) == 0 ? idOf(status) : std::string();
+}
+
+// The file's own entry in /proc: linking it gives an unnamed file a name without any privilege.
+std::string procEntry(const FileDescriptor& file) {
+    return "/proc/self/fd/" + std::to_string(file.get());
+}
+
+// Calls `take` with one random name after the other until it answers something but EEXIST.
+template <typename Take>
+int withTemporaryName(std::string& taken, const Take& take) {
+    for (int i = 0; i < kAttempts; ++i) {
+        boost::system::error_code error;
+        const auto name = boost::filesystem::unique_path(".oxparser-%%%%%%%%%%%%.part", error);
+        if (error) {
+            return error.value();
+        }
+        const int result = take(name.string());
+        if (result != EEXIST) {
+            taken = result == 0 ? name.string() : std::string();
+            return result;
+        }
     }
-    if (errno == EEXIST) {
-        return EEXIST;
-    }
-#if defined(__APPLE__)
-    return ::renamex_np(from, to, RENAME_EXCL) == 0 ? 0 : errno;
-#else
-    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0 ? 0 : errno;
-#endif
+    return EEXIST;
 }
 
 }  // namespace
@@ -42,36 +60,49 @@ NewFile::~NewFile() {
 }
 
 int NewFile::create(const boost::filesystem::path& path) {
-    discard();
-    path_ = path;
-    for (int i = 0; i < kAttempts; ++i) {
-        boost::system::error_code error;
-        const auto name = boost::filesystem::unique_path(".oxparser-%%%%%%%%%%%%", error);
-        if (error) {
-            return error.value();
-        }
-        const std::string temporary = (path.parent_path() / name).string();
-        descriptor_ =
-            ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-        if (descriptor_ >= 0) {
-            temporary_ = temporary;
-            struct stat status;
-            const int result = ::fstat(descriptor_, &status) == 0 ? 0 : errno;
-            id_ = result == 0 ? idOf(status) : std::string();
-            return result;
-        }
-        if (errno != EEXIST) {
-            return errno;
-        }
+    const boost::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    FileDescriptor opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.isOpen()) {
+        return errno;
     }
-    return EEXIST;
+    discard();
+    ownFolder_ = std::move(opened);
+    return create(ownFolder_, path.filename().string(), 0666);
+}
+
+int NewFile::create(const FileDescriptor& folder, const std::string& name, mode_t mode) {
+    discard();
+    folder_ = folder.get();
+    name_ = name;
+    const int result = createUnnamed(mode) ? 0 : createNamed(mode);
+    id_ = result == 0 ? idOf(file_) : std::string();
+    return result;
+}
+
+bool NewFile::createUnnamed(mode_t mode) {
+    if ((ways_ & Unnamed) == 0) {
+        return false;
+    }
+    file_ = FileDescriptor(::openat(folder_, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
+    struct stat status;
+    if (file_.isOpen() && ::stat(procEntry(file_).c_str(), &status) != 0) {
+        file_.close();
+    }
+    return file_.isOpen();
+}
+
+int NewFile::createNamed(mode_t mode) {
+    return withTemporaryName(temporary_, [&](const std::string& name) {
+        file_ = FileDescriptor(::openat(folder_, name.c_str(), kOnlyOurs, mode));
+        return file_.isOpen() ? 0 : errno;
+    });
 }
 
 int NewFile::write(ByteView bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ByteView rest = bytes.clamped(done, kPiece);
-        const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
+        const ssize_t written = ::write(file_.get(), rest.data(), rest.size());
         if (written < 0 && errno != EINTR) {
             return errno;
         }
@@ -80,10 +111,23 @@ int NewFile::write(ByteView bytes) {
     return 0;
 }
 
+void NewFile::setModificationTime(const timespec& time) {
+    timespec times[2] = {};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1] = time;
+    static_cast<void>(::futimens(file_.get(), times));
+}
+
 int NewFile::commit() {
-    int result = close();
-    if (result == 0) {
-        result = renameWithoutReplacing(temporary_.c_str(), path_.c_str());
+    if (!file_.isOpen() && temporary_.empty()) {
+        return EBADF;
+    }
+    int result = 0;
+    if (temporary_.empty()) {
+        result = linkUnnamed(name_);
+    } else {
+        result = close();
+        result = result == 0 ? place() : result;
     }
     if (result == 0) {
         temporary_.clear();
@@ -93,15 +137,18 @@ int NewFile::commit() {
 }
 
 int NewFile::replace(const std::string& earlierFileId) {
-    int result = close();
-    struct stat status;
-    if (result == 0 && ::lstat(path_.c_str(), &status) != 0) {
-        return errno == ENOENT ? commit() : errno;
+    if (!file_.isOpen() && temporary_.empty()) {
+        return EBADF;
     }
-    if (result == 0 && idOf(status) != earlierFileId) {
-        result = EEXIST;
+    const std::string there = idOf(folder_, name_);
+    if (there.empty()) {
+        return commit();
     }
-    if (result == 0 && ::rename(temporary_.c_str(), path_.c_str()) != 0) {
+    int result = there == earlierFileId ? giveTemporaryName() : EEXIST;
+    if (result == 0) {
+        result = close();
+    }
+    if (result == 0 && ::renameat(folder_, temporary_.c_str(), folder_, name_.c_str()) != 0) {
         result = errno;
     }
     if (result == 0) {
@@ -111,23 +158,78 @@ int NewFile::replace(const std::string& earlierFileId) {
     return result;
 }
 
-std::string NewFile::fileId() const {
-    return id_;
+// Only a file with a name can be renamed over another one.
+int NewFile::giveTemporaryName() {
+    if (!temporary_.empty()) {
+        return 0;
+    }
+    return withTemporaryName(temporary_,
+                             [this](const std::string& name) { return linkUnnamed(name); });
+}
+
+int NewFile::linkUnnamed(const std::string& name) const {
+    const std::string self = procEntry(file_);
+    return ::linkat(AT_FDCWD, self.c_str(), folder_, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                           : errno;
+}
+
+int NewFile::place() {
+    const char* const from = temporary_.c_str();
+    const char* const to = name_.c_str();
+    if ((ways_ & Link) != 0) {
+        if (::linkat(folder_, from, folder_, to, 0) == 0) {
+            ::unlinkat(folder_, from, 0);
+            return 0;
+        }
+        if (errno == EEXIST) {
+            return EEXIST;
+        }
+    }
+    if ((ways_ & Rename) != 0) {
+        if (::renameat2(folder_, from, folder_, to, RENAME_NOREPLACE) == 0) {
+            return 0;
+        }
+        if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) {
+            return errno;
+        }
+    }
+    return claim();
+}
+
+// For old file systems in user space, which know neither links nor the careful kind of renaming.
+int NewFile::claim() {
+    const FileDescriptor claimed(::openat(folder_, name_.c_str(), kOnlyOurs, 0600));
+    if (!claimed.isOpen()) {
+        return errno;
+    }
+    const std::string id = idOf(claimed);
+    if (id.empty() || idOf(folder_, name_) != id) {
+        return EEXIST;
+    }
+    if (::renameat(folder_, temporary_.c_str(), folder_, name_.c_str()) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    if (idOf(folder_, name_) == id) {
+        ::unlinkat(folder_, name_.c_str(), 0);
+    }
+    return error;
+}
+
+void NewFile::withdraw() {
+    if (!id_.empty() && idOf(folder_, name_) == id_) {
+        ::unlinkat(folder_, name_.c_str(), 0);
+    }
 }
 
 int NewFile::close() {
-    if (descriptor_ < 0) {
-        return temporary_.empty() ? EBADF : 0;
-    }
-    const int result = ::close(descriptor_) == 0 ? 0 : errno;
-    descriptor_ = -1;
-    return result;
+    return file_.close() ? 0 : errno;
 }
 
 void NewFile::discard() {
-    close();
+    file_.close();
     if (!temporary_.empty()) {
-        ::unlink(temporary_.c_str());
+        ::unlinkat(folder_, temporary_.c_str(), 0);
         temporary_.clear();
     }
 }

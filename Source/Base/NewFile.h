@@ -1,18 +1,34 @@
 #pragma once
 
+#include <sys/types.h>
+#include <time.h>
+
 #include <boost/filesystem/path.hpp>
-#include <cstdint>
 #include <string>
 
 #include "ByteView.h"
+#include "FileDescriptor.h"
 
 /// A file that comes into being whole or not at all, and never in place of another one.
 ///
-/// The bytes go into a file of another name in the same folder, which is put into place when all of
-/// it is written and removed otherwise. All operations answer an errno value, 0 for success.
+/// Where the file system can (O_TMPFILE), the file has no name until it is put into place, and
+/// nothing is left of it when the process is killed. Elsewhere it is called
+/// ".oxparser-XXXXXXXXXXXX.part" meanwhile, and a killed process leaves that behind: no font's
+/// name, and nobody removes it, since it may as well belong to an import that is still running.
+///
+/// All operations answer an errno value, 0 for success.
 class NewFile {
   public:
-    NewFile() = default;
+    /// The ways to get a file into place without replacing, best first. A test leaves some out.
+    enum Ways : unsigned {
+        Unnamed = 1,  // no name before it is in place
+        Link = 2,     // a second name for the file; the first is removed
+        Rename = 4,   // renameat2 with RENAME_NOREPLACE
+        Claim = 8,    // an empty file of our own takes the name, the file is renamed over it
+        AllWays = 15
+    };
+
+    explicit NewFile(unsigned ways = AllWays) : ways_(ways) {}
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     /// Removes what was not put into place.
@@ -20,22 +36,39 @@ class NewFile {
 
     /// Begins a file that is to have this path; its folder must exist.
     int create(const boost::filesystem::path& path);
+    /// Begins a file that is to have this name in `folder`, with these permissions less the umask.
+    /// The folder must stay open for this object's life.
+    int create(const FileDescriptor& folder, const std::string& name, mode_t mode);
     int write(ByteView bytes);
+    /// A time that cannot be set is no failure. To be called after the last write.
+    void setModificationTime(const timespec& time);
+
     /// Puts the file into place; EEXIST when something has its name by now.
     int commit();
     /// Puts the file into place of the file that an earlier NewFile has committed under this path,
     /// as fileId() of that one tells; EEXIST when the name belongs to something else by now.
     int replace(const std::string& earlierFileId);
+    /// Removes the file that was put into place, if the name still belongs to it.
+    void withdraw();
 
     /// Identifies the written file on this computer; empty before create.
-    std::string fileId() const;
+    std::string fileId() const { return id_; }
 
   private:
+    bool createUnnamed(mode_t mode);
+    int createNamed(mode_t mode);
+    int giveTemporaryName();
     int close();
+    int linkUnnamed(const std::string& name) const;
+    int place();
+    int claim();
     void discard();
 
-    boost::filesystem::path path_;
-    std::string temporary_;
+    unsigned ways_;
+    FileDescriptor ownFolder_;  // of a file that was created by its path
+    int folder_ = -1;
+    std::string name_;
+    FileDescriptor file_;
+    std::string temporary_;  // empty while the file has no name
     std::string id_;
-    int descriptor_ = -1;
 };

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <vector>
 
-#include "StagedFile.h"
+#include "NewFile.h"
 
 namespace {
 
@@ -72,15 +72,15 @@ class Source {
     off_t position_ = 0;
 };
 
-error_code copyBytes(Source& source, StagedFile& copy) {
+error_code copyBytes(Source& source, NewFile& copy) {
     std::vector<std::uint8_t> buffer(kPiece);
     for (;;) {
         std::span<std::uint8_t> piece(buffer);
         if (const error_code error = source.read(piece)) {
             return error;
         }
-        if (const error_code error = copy.write(piece)) {
-            return error;
+        if (const int error = copy.write(ByteView(piece))) {
+            return errorOf(error);
         }
         if (piece.size() < buffer.size()) {
             return source.wasReadWhole() ? error_code() : errorOf(EIO);
@@ -101,45 +101,45 @@ bool holds(const FileDescriptor& folder, const std::string& name,
 
 error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
                         const std::string& name, std::span<const std::uint8_t> sidecar) {
-    const std::string sidecarName = "._" + name;
     Source file;
     if (const error_code error = file.open(AT_FDCWD, source.c_str())) {
         return error;
     }
     const mode_t mode = file.status().st_mode & 0777;
-    StagedFile copy;
-    error_code error = copy.create(folder, mode);
-    if (!error) {
-        error = copyBytes(file, copy);
+    NewFile copy;
+    if (const int error = copy.create(folder, name, mode)) {
+        return errorOf(error);
     }
-    if (error) {
+    if (const error_code error = copyBytes(file, copy)) {
         return error;
     }
     copy.setModificationTime(file.status().st_mtim);
 
-    StagedFile beside;
+    NewFile beside;
+    const std::string besideName = "._" + name;
     bool besideIsOurs = false;
+    int error = 0;
     if (!sidecar.empty()) {
-        error = beside.create(folder, mode);
-        if (!error) {
-            error = beside.write(sidecar);
+        error = beside.create(folder, besideName, mode);
+        if (error == 0) {
+            error = beside.write(ByteView(sidecar));
         }
-        if (!error) {
+        if (error == 0) {
             beside.setModificationTime(file.status().st_mtim);
-            error = beside.publish(sidecarName);
+            error = beside.commit();
         }
-        besideIsOurs = !error;
-        if (error.value() == EEXIST && holds(folder, sidecarName, sidecar)) {
-            error.clear();
+        besideIsOurs = error == 0;
+        if (error == EEXIST && holds(folder, besideName, sidecar)) {
+            error = 0;
         }
     }
-    if (!error) {
-        error = copy.publish(name);
+    if (error == 0) {
+        error = copy.commit();
     }
-    if (error && besideIsOurs) {
-        beside.withdraw(sidecarName);
+    if (error != 0 && besideIsOurs) {
+        beside.withdraw();
     }
-    return error;
+    return error == 0 ? error_code() : errorOf(error);
 }
 
 bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
