@@ -1,0 +1,13 @@
+#pragma once
+
+#include "RecordChecks.h"
+
+/// What records of the sfnt family may hold, each format by the tables that it reads.
+namespace sfntrules {
+
+extern const RecordRules kTrueType;
+extern const RecordRules kMemory;  ///< and what is read through the variant for plain files
+extern const RecordRules kOpenType;
+extern const RecordRules kCollection;
+
+}  // namespace sfntrules
