@@ -32,6 +32,20 @@ std::size_t readFully(int descriptor, std::uint8_t* out, std::size_t count, std:
     return done;
 }
 
+// Under the address sanitizer a block ends where its bytes end, so that no read past them is
+// missed.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kExact = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kExact = true;
+#else
+constexpr bool kExact = false;
+#endif
+#else
+constexpr bool kExact = false;
+#endif
+
 }  // namespace
 
 void ByteBuffer::Free::operator()(std::uint8_t* p) const {
@@ -39,9 +53,10 @@ void ByteBuffer::Free::operator()(std::uint8_t* p) const {
 }
 
 void ByteBuffer::resize(std::size_t size) {
-    if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4)) {
+    if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4) ||
+        (kExact && size != capacity_)) {
         release();
-        const std::size_t rounded = (size + kGrowth - 1) / kGrowth * kGrowth;
+        const std::size_t rounded = kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
         bytes_.reset(static_cast<std::uint8_t*>(std::malloc(rounded)));
         if (!bytes_) {
             throw std::bad_alloc();
