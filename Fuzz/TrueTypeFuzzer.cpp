@@ -19,7 +19,7 @@ void run(ByteView input) {
     ttf::tagFontDirectory directory{};
     const FontListPtr plain(OxParserTrueTypeImp(2).validate(file, directory));
     check(plain->size() == 1, "one record a file");
-    checkRecord(plain->front(), sfntrules::kMemory);
+    checkRecord(plain->front(), sfntrules::kPlainFile);
 }
 
 const FuzzTarget target("TrueType", run);

@@ -38,13 +38,15 @@ constexpr auto kTextsWithKerning = kAllTexts.first(11);
 constexpr auto kTextsWithNames = kAllTexts.first(12);
 
 constexpr int kTrueTypes[] = {OxFont::TTF, OxFont::OTTT, OxFont::T1, OxFont::notSure};
-constexpr int kMemoryTypes[] = {OxFont::TTF, OxFont::OTTT};
+constexpr std::span kMemoryTypes = std::span(kTrueTypes).first(2);
+constexpr int kPlainTypes[] = {OxFont::TTF, OxFont::OTTT, OxFont::notSure};
 constexpr int kOpenTypes[] = {OxFont::OTPS, OxFont::notSure};
 constexpr int kCollectionTypes[] = {OxFont::TTC, OxFont::notSure, OxFont::OTTT};
 
 }  // namespace
 
 const RecordRules sfntrules::kTrueType = {kCodesWithoutKerning, kTextsWithoutKerning, kTrueTypes};
+const RecordRules sfntrules::kPlainFile = {kCodesWithKerning, kTextsWithKerning, kPlainTypes};
 const RecordRules sfntrules::kMemory = {kCodesWithKerning, kTextsWithKerning, kMemoryTypes};
 const RecordRules sfntrules::kOpenType = {kAllCodes, kTextsWithNames, kOpenTypes};
 const RecordRules sfntrules::kCollection = {kCodesWithKerning, kAllTexts, kCollectionTypes};

@@ -6,7 +6,8 @@
 namespace sfntrules {
 
 extern const RecordRules kTrueType;
-extern const RecordRules kMemory;  ///< and what is read through the variant for plain files
+extern const RecordRules kPlainFile;
+extern const RecordRules kMemory;
 extern const RecordRules kOpenType;
 extern const RecordRules kCollection;
 
