@@ -1,5 +1,6 @@
 #include "OxParserTrueTypeImp.h"
 
+#include <algorithm>
 #include <bit>
 #include <exception>
 #include <functional>
@@ -128,6 +129,16 @@ std::optional<std::uint64_t> offsetInImage(ByteView image, const void* p) {
         return std::nullopt;
     }
     return static_cast<std::uint64_t>(byte - image.data());
+}
+
+// A 'kern' subtable of classes may not be stepped over, and then up to 65,535 passes convert it to
+// and fro. After so many of them it is looked whether all is as it was: a number that the lengths
+// of the usual circles divide.
+constexpr unsigned kPassesInPlace = 12;
+
+bool isAsBefore(ByteView image, const std::map<std::uint64_t, std::uint8_t>& changed) {
+    return std::all_of(changed.begin(), changed.end(),
+                       [&](const auto& byte) { return image.u8(byte.first) == byte.second; });
 }
 
 ttf::tagFontDirectory readOffsetTable(ByteView bytes) {
@@ -611,15 +622,27 @@ bool OxParserTrueTypeImp::readKerning(const ttf::tagTableDirectory& record, OxFo
         font.addDiagnostic(eWarning, 11802, "Invalid kerning subtable");
     }
     std::uint64_t subtable = table + 4;
-    for (unsigned i = 0; i < count; ++i) {
-        const std::uint8_t format = image_.view().u8(subtable + 4, "kern subtable format");
+    ChangedBytes changed;
+    unsigned passesInPlace = 0;
+    for (unsigned left = count; left > 0; --left) {
+        const std::uint64_t start = subtable;
+        const std::uint8_t format = image_.view().u8(start + 4, "kern subtable format");
         if (format == 0) {
-            subtable = readKerningPairs(subtable, font);
+            subtable = readKerningPairs(start, font);
         } else if (format == 2) {
-            subtable = readKerningClasses(subtable);
+            subtable = readKerningClasses(start, changed);
         } else {
             // An unknown format is not stepped over: all remaining passes see it again, unchanged.
             break;
+        }
+        passesInPlace = subtable == start ? passesInPlace + 1 : 0;
+        if (passesInPlace == kPassesInPlace && isAsBefore(image_.view(), changed)) {
+            // They would go on in a circle; whole rounds of it change nothing.
+            left = (left - 1) % kPassesInPlace + 1;
+        }
+        if (passesInPlace == kPassesInPlace || subtable != start) {
+            passesInPlace = 0;
+            changed.clear();
         }
     }
     return true;
@@ -638,14 +661,21 @@ std::uint64_t OxParserTrueTypeImp::readKerningPairs(std::uint64_t subtable, OxFo
     return subtable + 14 + bytes;
 }
 
-std::uint64_t OxParserTrueTypeImp::readKerningClasses(std::uint64_t subtable) {
+std::uint64_t OxParserTrueTypeImp::readKerningClasses(std::uint64_t subtable,
+                                                      ChangedBytes& changed) {
+    const auto convert = [&](std::uint64_t field, const char* name) {
+        const ByteView bytes = image_.view().slice(field, 2, 1, name);
+        changed.try_emplace(field, bytes.u8(0));
+        changed.try_emplace(field + 1, bytes.u8(1));
+        image_.convert16(field, name);
+    };
     for (const unsigned field : {6u, 8u, 10u}) {
-        image_.convert16(subtable + field, "kern class header");
+        convert(subtable + field, "kern class header");
     }
     const std::uint64_t left = subtable + image_.view().u16le(subtable + 8, "left class table");
     const std::uint64_t right = subtable + image_.view().u16le(subtable + 10, "right class table");
     for (const std::uint64_t field : {left, left + 2, right, right + 2}) {
-        image_.convert16(field, "kern class table");
+        convert(field, "kern class table");
     }
     // Read where they were converted: class tables that overlap convert each other back.
     const std::uint32_t rowWidth = image_.view().u16le(subtable + 6, "row width");

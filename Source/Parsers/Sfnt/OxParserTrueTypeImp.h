@@ -5,6 +5,7 @@
 #include <boost/ptr_container/ptr_vector.hpp>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -112,6 +113,8 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     std::uint64_t tableBytesSummed_ = 0;  // what checksums were asked for since it was last reset
 
   private:
+    /// Bytes that passes over one place have changed, by offset, as they were before.
+    using ChangedBytes = std::map<std::uint64_t, std::uint8_t>;
     using AcceptedNames = std::array<std::optional<ttf::tagNameRecord>, 8>;
 
     bool checksumOnly(const ttf::tagTableDirectory& record, OxFont& font);
@@ -130,5 +133,5 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
                       AcceptedNames& accepted);
     void setVendorFoundry(std::uint64_t table, OxFont& font);
     std::uint64_t readKerningPairs(std::uint64_t subtable, OxFont& font);
-    std::uint64_t readKerningClasses(std::uint64_t subtable);
+    std::uint64_t readKerningClasses(std::uint64_t subtable, ChangedBytes& changed);
 };

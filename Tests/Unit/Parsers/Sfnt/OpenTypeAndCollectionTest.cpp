@@ -243,6 +243,25 @@ TEST_F(Collection, TheBudgetOfSummedTables) {
     EXPECT_EQ(fonts->back().diagnostics().back().text, "Font data is too entangled to check");
 }
 
+TEST_F(Collection, MembersWithKerningThatStandsStillAreReadInNoTime) {
+    constexpr std::uint32_t kMembers = 300;
+    constexpr std::uint32_t kDirectory = 12 + 4 * kMembers;
+    constexpr std::uint32_t kKern = kDirectory + 12 + 36 * 16;
+    BigEndian file;
+    file.text("ttcf").u32(0x00010000).u32(kMembers);
+    for (std::uint32_t i = 0; i < kMembers; ++i) {
+        file.u32(kDirectory);
+    }
+    file.u32(0x00010000).u16(36).u16(0).u16(0).u16(0);
+    for (int i = 0; i < 36; ++i) {
+        file.text("kern").u32(0xFFFF).u32(kKern).u32(4);
+    }
+    file.u16(0).u16(0xFFFF).zeros(4).u16(0x0200).u16(0).u16(14).u16(18).zeros(8000);
+    const FontList fonts = parse(file);
+    ASSERT_EQ(fonts->size(), kMembers);
+    EXPECT_EQ(diagnosticLines(fonts->front()), diagnosticLines(fonts->back()));
+}
+
 TEST_F(Collection, DamagedFilesEndQuietly) {
     const Bytes good =
         SfntBuilder::collection({SfntBuilder::goodFont().table("kern", SfntBuilder::kernTable({1})),

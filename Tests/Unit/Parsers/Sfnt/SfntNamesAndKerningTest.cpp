@@ -224,4 +224,34 @@ TEST(SfntKerning, ClassSubtablesAreSteppedOverByTheRightClass) {
                             "error 11051 Invalid kerning table"));
 }
 
+// A font with a 'kern' of so many class subtables of which the first is never stepped over, and a
+// 'cmap' that lies over its bytes: that one's checksum tells how often they were converted.
+Bytes convertedInPlace(std::uint32_t passes, std::uint32_t left) {
+    constexpr std::uint32_t kKern = 12 + 2 * 16;
+    constexpr std::uint32_t kEnd = 8000;
+    BigEndian font;
+    font.u32(0x00010000).u16(2).u16(0).u16(0).u16(0);
+    font.text("kern").u32(0).u32(kKern).u32(4);
+    font.text("cmap").u32(0).u32(kKern + 4).u32(kEnd - kKern - 4);
+    font.u16(0).u16(passes).u16(0).u16(0).u16(0x0200).u16(0).u16(left).u16(18);
+    while (font.size() < kEnd) {
+        font.u8(static_cast<std::uint32_t>(font.size() * 7 % 251));
+    }
+    return font;
+}
+
+TEST(SfntKerning, PassesThatGoInACircleAreNotAllMade) {
+    OxParserTrueTypeImp parser(0);
+    const auto lastLine = [&](std::uint32_t passes, std::uint32_t left) {
+        return diagnosticLines(parseWith(parser, convertedInPlace(passes, left))).back();
+    };
+    // 14 is a place of its own, 8 lies over the header's fields, 4114 over the right class table
+    // of every second pass.
+    for (const std::uint32_t left : {14u, 8u, 4114u}) {
+        EXPECT_NE(lastLine(9, left), lastLine(10, left)) << left;
+        EXPECT_EQ(lastLine(9, left), lastLine(9 + 24 * 2730, left)) << left;
+        EXPECT_EQ(lastLine(10, left), lastLine(10 + 24 * 2700, left)) << left;
+    }
+}
+
 }  // namespace
