@@ -14,9 +14,8 @@ namespace {
 namespace fs = boost::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 
-// Of a large file not every byte is damaged: the headers all, the rest at intervals.
-constexpr std::size_t kEveryByteUpTo = 512;
-constexpr std::size_t kPlacesBehind = 128;
+// How many places of a target's inputs are damaged, so that each target takes seconds.
+constexpr std::size_t kPlaces = 600;
 
 std::vector<fs::path> filesIn(const fs::path& place) {
     if (!fs::exists(place)) {
@@ -39,11 +38,13 @@ void replay(const FuzzTarget& target, const Bytes& bytes) {
     target.run(ByteView(exact.data(), exact.size()));
 }
 
-// Every truncation and every damaged byte.
-std::size_t replayDamaged(const FuzzTarget& target, const Bytes& bytes) {
+// Truncations and damaged bytes at so many places: half of them at the front, where the headers
+// are, half of them spread over the rest.
+std::size_t replayDamaged(const FuzzTarget& target, const Bytes& bytes, std::size_t places) {
+    const std::size_t dense = std::min(bytes.size(), places / 2);
+    const std::size_t step = std::max<std::size_t>(1, 2 * (bytes.size() - dense) / (places + 1));
     std::size_t runs = 0;
-    const std::size_t step = std::max<std::size_t>(1, bytes.size() / kPlacesBehind);
-    for (std::size_t at = 0; at < bytes.size(); at += at < kEveryByteUpTo ? 1 : step) {
+    for (std::size_t at = 0; at < bytes.size(); at += at < dense ? 1 : step) {
         replay(target, Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(at)));
         Bytes damaged = bytes;
         for (const int value : {0x00, 0xFF, bytes[at] ^ 0x01, bytes[at] ^ 0x80}) {
@@ -71,19 +72,20 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s [--damaged] TARGET FILE-OR-FOLDER...\n", argv[0]);
         return 2;
     }
-    std::size_t inputs = 0;
-    std::size_t runs = 0;
+    std::vector<fs::path> files;
     for (; next < argc; ++next) {
-        for (const fs::path& path : filesIn(argv[next])) {
-            std::ifstream file(path.string(), std::ios::binary);
-            const Bytes bytes(std::istreambuf_iterator<char>(file), {});
-            std::printf("%s\n", path.c_str());
-            std::fflush(stdout);  // names the culprit should the run abort
-            replay(**target, bytes);
-            runs += 1 + (damaged ? replayDamaged(**target, bytes) : 0);
-            ++inputs;
-        }
+        const std::vector<fs::path> more = filesIn(argv[next]);
+        files.insert(files.end(), more.begin(), more.end());
     }
-    std::printf("%s: %zu inputs, %zu runs\n", name.c_str(), inputs, runs);
-    return inputs == 0 ? 1 : 0;
+    std::size_t runs = 0;
+    for (const fs::path& path : files) {
+        std::ifstream file(path.string(), std::ios::binary);
+        const Bytes bytes(std::istreambuf_iterator<char>(file), {});
+        std::printf("%s\n", path.c_str());
+        std::fflush(stdout);  // names the culprit should the run abort
+        replay(**target, bytes);
+        runs += 1 + (damaged ? replayDamaged(**target, bytes, kPlaces / files.size()) : 0);
+    }
+    std::printf("%s: %zu inputs, %zu runs\n", name.c_str(), files.size(), runs);
+    return files.empty() ? 1 : 0;
 }
