@@ -1,0 +1,137 @@
+#!/usr/bin/env python3
+"""Compares the program's records of real PFB and PFM files with what this script reads from the same
+bytes. Usage: compare_type1.py PROGRAM [--at-least N] FOLDER...
+
+A PFB's clear text is split at carriage returns: a file whose lines end in line feeds has no names.
+The script prints how many headers end their lines in which way.
+"""
+
+import argparse
+import collections
+import hashlib
+import json
+import os
+import re
+import struct
+import subprocess
+import sys
+
+NAMES = {"Fullname": rb"/FullName[^(]*\((.*)\)", "Familyname": rb"/FamilyName[^(]*\((.*)\)",
+         "Version": rb"/version[^(]*\((.*)\)", "Copyright": rb"/Notice[^(]*\((.*)\)",
+         "Postscriptname": rb"/FontName[^/]*/(.*) def"}
+
+# Offset, structure, what is wrong, severity and code of each rule, in the order of the reports.
+PFM_RULES = [
+    (0, "<H", lambda v, n: v != 0x0100, "warning", 15100),
+    (2, "<L", lambda v, n: v > n, "warning", 15105),
+    (66, "<H", lambda v, n: v != 0x0081, "warning", 15106),
+    (70, "<H", lambda v, n: v != 300, "warning", 15107),
+    (72, "<H", lambda v, n: v != 300, "warning", 15108),
+    (99, "<H", lambda v, n: v != 0, "note", 15109),
+    (101, "<L", lambda v, n: v == 0, "error", 15110),
+    (101, "<L", lambda v, n: v > n, "error", 15111),
+    (105, "<L", lambda v, n: v == 0, "error", 15112),
+    (105, "<L", lambda v, n: v > n, "error", 15113),
+    (117, "<H", lambda v, n: v != 30, "error", 15200),
+    (119, "<L", lambda v, n: v == 0, "error", 15210),
+    (123, "<L", lambda v, n: v == 0, "error", 15211),
+    (127, "<L", lambda v, n: v != 0, "warning", 15212),
+    (131, "<L", lambda v, n: v > n, "error", 15204),
+    (135, "<L", lambda v, n: v > n, "error", 15205),
+    (143, "<L", lambda v, n: v != 0, "warning", 15207),
+    (139, "<L", lambda v, n: v > n, "error", 15209),
+    (139, "<L", lambda v, n: v == 0, "error", 15208),
+    (147, "<H", lambda v, n: v > 52, "warning", 15300),
+    (149, "<H", lambda v, n: v != 240, "note", 15301),
+    (151, "<H", lambda v, n: v != 0, "note", 15302),
+    (153, "<H", lambda v, n: v != 1000, "note", 15303),
+    (155, "<H", lambda v, n: v != 3, "note", 15304),
+    (157, "<H", lambda v, n: v != 1000, "note", 15305),
+    (159, "<H", lambda v, n: v != 1000, "note", 15306),
+    (171, "<H", lambda v, n: v != 0, "note", 15306),
+]
+
+
+def shown(raw):
+    try:
+        return raw.decode("utf-8")
+    except UnicodeDecodeError:
+        return raw.decode("latin-1")
+
+
+def line_ends(text):
+    if b"\r\n" in text:
+        return "CRLF"
+    return "CR" if b"\r" in text else "LF"
+
+
+def expected_pfb(data, ends):
+    start = data[:2047].find(b"%!PS")
+    values = dict.fromkeys(NAMES, "")
+    if start < 0:
+        ends["no %!PS"] += 1
+        return values
+    text = data[start:].split(b"\0")[0].split(b"eexec")[0]
+    kind = line_ends(text)
+    ends[kind] += 1
+    if kind == "LF":
+        return values
+    limit = len(text.split(b"\r")[0]) - 1
+    for line in text.split(b"\r"):
+        indent = len(line) - len(line.lstrip(b"\t\n "))
+        if line and indent >= limit:
+            break
+        for key, pattern in NAMES.items():
+            found = re.match(pattern, line[indent:], re.S)
+            if found:
+                values[key] = shown(found.group(1)[:255 if key == "Copyright" else 254])
+    return values
+
+
+def expected_pfm(data):
+    if len(data) <= 198:
+        return [("error", 10000)]
+    return [(severity, code) for offset, form, wrong, severity, code in PFM_RULES
+            if wrong(struct.unpack_from(form, data, offset)[0], len(data))]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("program")
+    parser.add_argument("folders", nargs="+")
+    parser.add_argument("--at-least", type=int, default=1)
+    options = parser.parse_args()
+    lines = subprocess.run([options.program, "scan", "--format", "jsonl", *options.folders],
+                           stdout=subprocess.PIPE, check=True).stdout
+    compared = collections.Counter()
+    ends = collections.Counter()
+    wrong = []
+    for line in lines.splitlines():
+        record = json.loads(line)
+        if record["record"] != "font":
+            continue
+        extension = os.path.splitext(record["file"])[1].lower()
+        if extension not in (".pfb", ".pfm"):
+            continue
+        data = open(record["file"], "rb").read()
+        attributes = record["attributes"]
+        compared[extension] += 1
+        found = {key: attributes.get(key) for key in NAMES}
+        diagnostics = [(d["type"], d["code"]) for d in record["diagnostics"]]
+        if extension == ".pfb":
+            pairs = [(found, expected_pfb(data, ends)), (diagnostics, [])]
+        else:
+            pairs = [(diagnostics, expected_pfm(data))]
+            if len(data) > 198:
+                pairs.append((attributes.get("Italic"), "true" if data[80] & 1 else "false"))
+        if extension == ".pfb" or len(data) > 198:
+            pairs.append((attributes.get("FingerPrint"), hashlib.md5(data).hexdigest()))
+        wrong += [f"{record['file']}: found {f!r}, expected {e!r}" for f, e in pairs if f != e]
+    print("\n".join(wrong))
+    print("line ends of PFB headers:", dict(ends))
+    print(f"{dict(compared)} compared, {len(wrong)} differences")
+    return 1 if wrong or sum(compared.values()) < options.at_least else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
