@@ -79,7 +79,6 @@ void addSfnt(Seeds& seeds) {
                            {"kerning", behind(1, kerning.build())},
                            {"signed", behind(2, signedFont.build())}};
     seeds["Collection"] = {{"shared", SfntBuilder::collection({good, kerning, good})},
-                           {"standing", SfntBuilder::collection({standingFont(), kerning})},
                            {"separate", SfntBuilder::collection({good, signedFont}, false)}};
 }
 
