@@ -31,6 +31,13 @@ SfntBuilder kerningFont() {
     return font;
 }
 
+// Classes of no width: the subtable is not stepped over.
+SfntBuilder standingFont() {
+    const Bytes kerning =
+        BigEndian().u16(0).u16(0xFFFF).zeros(4).u16(0x0200).u16(0).u16(14).u16(18).zeros(5000);
+    return SfntBuilder::goodFont().table("kern", kerning);
+}
+
 Bytes behind(std::uint8_t first, const Bytes& bytes) {
     Bytes result = {first};
     result.insert(result.end(), bytes.begin(), bytes.end());
@@ -64,8 +71,10 @@ void addSfnt(Seeds& seeds) {
                          {"kerning", kerning.build()},
                          {"signed", signedFont.build()},
                          {"mac", SfntBuilder(good).version(0x74727565).build()}};
-    seeds["OpenType"] = {
-        {"good", good.build()}, {"kerning", kerning.build()}, {"names", cff.build()}};
+    seeds["OpenType"] = {{"good", good.build()},
+                         {"kerning", kerning.build()},
+                         {"standing", standingFont().build()},
+                         {"names", cff.build()}};
     seeds["SfntMemory"] = {{"good", behind(0, good.build())},
                            {"kerning", behind(1, kerning.build())},
                            {"signed", behind(2, signedFont.build())}};
