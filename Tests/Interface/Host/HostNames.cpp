@@ -5,6 +5,8 @@
 #include <oxparser/FoundryName.h>
 #include <oxparser/Keywords.h>
 #include <oxparser/OxFontComparer.h>
+#include <oxparser/OxFontImporter.h>
+#include <oxparser/OxFontSuitcaseMover.h>
 #include <oxparser/OxParser.h>
 #include <oxparser/OxParserOpenTypeImp.h>
 #include <oxparser/OxParserPFBImp.h>
@@ -239,9 +241,48 @@ void namePipeline() {
     const OxFontFactory noFonts;
 }
 
+// A mover of a host's own: Move is the slot behind the destructor, and the suitcase mover's own
+// operations follow it.
+class HostMover : public OxFontSuitcaseMover {
+  public:
+    using OxFontSuitcaseMover::Move;
+    void Move(const Path&, const Path&, boost::shared_ptr<OxFont>&) override { ++moved; }
+    void Move(boost::shared_ptr<OxFont>&) override {}
+    void MoveFont(boost::shared_ptr<OxFont>&) override {}
+    void MoveSuitcase(boost::shared_ptr<OxFont>&) override {}
+    void MoveTrueTypeCollection(boost::shared_ptr<OxFont>&) override {}
+
+    int moved = 0;
+};
+
+void nameImport() {
+    OxFontMover base;
+    OxFontMover twoPaths("/missing", "/missing");
+    auto font = boost::shared_ptr<OxFont>(new OxFont);
+    base.Move("/missing", "/missing/too", font);
+    require(base.lastCopy().has_value(), "last copy");
+
+    OxFontImporter nothing;
+    OxFontImporter importer(std::queue<Path>(), "/missing", "", "");
+    require(importer.createPath("Garamond", "Acme", "g.ttf") == "./G/Garamond/Acme/g.ttf",
+            "layout");
+    importer.setMover(std::make_unique<HostMover>());
+    importer.setCreateFolders(false);
+    importer.copyCallbacks.push_back([](const FontCopy&) {});
+    importer.fileProgress(1, 1, nullptr);
+    font->setAttribute(eFileName, "x.ttf");
+    importer.fontProgress(1, 1, font);
+    std::promise<void> done;
+    importer.parser().fontCompletionCallbacks.push_back([&done](bool) { done.set_value(); });
+    importer.import();
+    done.get_future().wait();
+    require(copyOutcomeName(CopyOutcome::NoFolder) == std::string("no-folder"), "outcome");
+}
+
 }  // namespace
 
 int main() {
+    nameImport();
     nameRecord();
     namePlainFunctions();
     nameParsers();
