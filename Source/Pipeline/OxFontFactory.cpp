@@ -53,6 +53,10 @@ void OxFontFactory::run() {
     letGo(fontProducer_);
     fileConsumer_ = std::make_unique<boost::thread>(OxFileConsumer(this));
     fontProducer_ = std::make_unique<boost::thread>(OxFontProducer(this));
+    // Let go of now, while the coordinator's mutex keeps them from ending, and not in the
+    // destructor, which may run while they end.
+    fileConsumer_->detach();
+    fontProducer_->detach();
 }
 
 void OxFontFactory::cancel() {
