@@ -15,7 +15,7 @@ namespace {
 // Small enough to stay in the second-level cache between the read and the digest.
 constexpr std::size_t kPiece = 128 * 1024;
 // Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
-constexpr std::size_t kGrowth = 1024 * 1024;
+constexpr std::size_t kGrowth = 256 * 1024;
 // A block beyond this is given back when the next file needs much less.
 constexpr std::size_t kKept = 64 * 1024 * 1024;
 
@@ -64,22 +64,53 @@ std::uint8_t* allocate(std::size_t size) {
     return static_cast<std::uint8_t*>(block);
 }
 
+FileVersion versionOf(const struct stat& status) {
+    const auto nanoseconds = [](const timespec& time) {
+        return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    };
+    return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
+            static_cast<std::uint64_t>(status.st_size), nanoseconds(status.st_mtim),
+            nanoseconds(status.st_ctim)};
+}
+
+thread_local FileBytes::Supplier* theSupplier = nullptr;
+
 }  // namespace
 
 void ByteBuffer::Free::operator()(std::uint8_t* p) const {
     std::free(p);
 }
 
+void ByteBuffer::swap(ByteBuffer& other) noexcept {
+    bytes_.swap(other.bytes_);
+    std::swap(capacity_, other.capacity_);
+    std::swap(size_, other.size_);
+}
+
+std::size_t ByteBuffer::capacityFor(std::size_t size) {
+    return kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
+}
+
 void ByteBuffer::resize(std::size_t size) {
     if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4) ||
         (kExact && size != capacity_)) {
         release();
-        const std::size_t rounded = kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
+        const std::size_t rounded = capacityFor(size);
         bytes_.reset(allocate(rounded));
         if (!bytes_) {
             throw std::bad_alloc();
         }
         capacity_ = rounded;
+    }
+    size_ = size;
+}
+
+void ByteBuffer::shrink(std::size_t size) {
+    if (kExact && size < size_) {
+        ByteBuffer exact;
+        exact.resize(size);
+        std::copy_n(data(), size, exact.data());
+        swap(exact);
     }
     size_ = size;
 }
@@ -116,8 +147,17 @@ bool FileBytes::open(const boost::filesystem::path& file) {
         descriptor_ = -1;
         return false;
     }
-    size_ = static_cast<std::uint64_t>(status.st_size);
+    version_ = versionOf(status);
     return true;
+}
+
+bool FileBytes::isStill(const FileVersion& version) const {
+    struct stat status;
+    return ::fstat(descriptor_, &status) == 0 && versionOf(status) == version;
+}
+
+void FileBytes::setSupplier(Supplier* supplier) {
+    theSupplier = supplier;
 }
 
 std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size_t count) const {
@@ -125,7 +165,11 @@ std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size
 }
 
 std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {
-    const auto size = static_cast<std::size_t>(size_);
+    const auto size = static_cast<std::size_t>(version_.size);
+    if (theSupplier != nullptr && descriptor_ >= 0 &&
+        theSupplier->supply(version_, padding, buffer, md5_)) {
+        return size;
+    }
     buffer.resize(size + padding);
     md5_init(&md5_);
     std::size_t done = 0;

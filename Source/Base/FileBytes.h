@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "ByteView.h"
 #include "Md5.h"
@@ -13,10 +14,26 @@
 /// A memory block that is kept from file to file and grows to the largest.
 class ByteBuffer {
   public:
+    ByteBuffer() = default;
+    ByteBuffer(ByteBuffer&& other) noexcept { swap(other); }
+    ByteBuffer& operator=(ByteBuffer&& other) noexcept {
+        ByteBuffer taken(std::move(other));
+        swap(taken);
+        return *this;
+    }
+    void swap(ByteBuffer& other) noexcept;
+
     /// Makes the block at least `size` bytes long; its contents are unspecified afterwards. Throws
     /// std::bad_alloc and then holds nothing.
     void resize(std::size_t size);
+    /// Makes the block `size` bytes long, which is no more than it is; its contents stay. Throws
+    /// std::bad_alloc.
+    void shrink(std::size_t size);
     void release();
+
+    /// The memory that the block takes, and that a new block of `size` bytes would take.
+    std::size_t capacity() const { return capacity_; }
+    static std::size_t capacityFor(std::size_t size);
 
     std::uint8_t* data() { return bytes_.get(); }
     const std::uint8_t* data() const { return bytes_.get(); }
@@ -40,12 +57,39 @@ constexpr char kTooLargeText[] = "Font file is too large to read";
 /// device has no readable status as far as fonts go) and when the status query fails.
 std::optional<std::uint64_t> regularFileSize(const boost::filesystem::path& file);
 
+/// What tells one state of a file from another: equal as long as nobody has written to it.
+struct FileVersion {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t size = 0;
+    std::int64_t modified = 0;  // nanoseconds, as is `changed`
+    std::int64_t changed = 0;
+
+    bool operator==(const FileVersion&) const = default;
+};
+
 /// One file, opened for one sequential read into a buffer.
 ///
 /// Reading goes piece by piece, and each piece is digested while it is still in the cache, so a
 /// file costs one read and one digest and its bytes pass through memory once.
 class FileBytes {
   public:
+    /// Somebody who may have read a file already.
+    class Supplier {
+      public:
+        Supplier() = default;
+        Supplier(const Supplier&) = delete;
+        Supplier& operator=(const Supplier&) = delete;
+        virtual ~Supplier() = default;
+        /// What readAll would do with a file in this state: puts its bytes and `padding` zero bytes
+        /// into `buffer` and the state of their digest into `md5`. False, with both unchanged, when
+        /// it does not have the file in this state.
+        virtual bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
+                            md5_state_t& md5) = 0;
+    };
+    /// The supplier that readAll asks first on the calling thread; null: none. Not owned.
+    static void setSupplier(Supplier* supplier);
+
     FileBytes() = default;
     FileBytes(const FileBytes&) = delete;
     FileBytes& operator=(const FileBytes&) = delete;
@@ -54,7 +98,10 @@ class FileBytes {
     /// Opens `file` without ever blocking on it; false when it cannot be opened or is no regular
     /// file. size() is then the file's length.
     bool open(const boost::filesystem::path& file);
-    std::uint64_t size() const { return size_; }
+    std::uint64_t size() const { return version_.size; }
+    const FileVersion& version() const { return version_; }
+    /// Whether the open file is in this state now.
+    bool isStill(const FileVersion& version) const;
 
     /// Reads at most `count` bytes at `offset` into `out`, without touching the sequential read;
     /// answers the number of bytes read, fewer at the file's end or after an error.
@@ -66,9 +113,10 @@ class FileBytes {
     std::size_t readAll(ByteBuffer& buffer, std::size_t padding = 0);
     /// The digest of the bytes that readAll read, as lower-case hexadecimal text.
     std::string digest();
+    const md5_state_t& md5State() const { return md5_; }
 
   private:
     int descriptor_ = -1;
-    std::uint64_t size_ = 0;
+    FileVersion version_;
     md5_state_t md5_{};
 };

@@ -1,8 +1,10 @@
 #include "OxFontFactory.h"
 
 #include <exception>
+#include <optional>
 
 #include "Log.h"
+#include "LookAhead.h"
 #include "OxParser.h"
 
 namespace {
@@ -69,13 +71,19 @@ void OxFontFactory::consumeFiles() {
     // Copies of its own: after the end marker is pushed, the factory may be gone at any moment.
     const boost::shared_ptr<PathQueue> paths = pathQueue_;
     const boost::shared_ptr<FontQueue> fonts = fontQueue_;
-    for (;;) {
+    std::unique_ptr<LookAhead> lookAhead;
+    guarded([&] { lookAhead = coordinator_->startLookAhead(); });
+    for (std::size_t number = 0;; ++number) {
         fs::path file;
         paths->wait_and_pop(file);
         if (file.empty()) {
             break;
         }
         guarded([&] {
+            std::optional<LookAhead::Turn> turn;
+            if (lookAhead) {
+                turn.emplace(*lookAhead, number);
+            }
             const std::unique_ptr<boost::ptr_vector<OxFont>> records(coordinator_->parseFile(file));
             while (records && !records->empty()) {
                 // The last record goes first; hosts rely on the order.
@@ -88,6 +96,7 @@ void OxFontFactory::consumeFiles() {
             }
         });
     }
+    lookAhead.reset();
     fonts->push(boost::shared_ptr<OxFont>());
 }
 

@@ -14,6 +14,7 @@
 #include "FontFoundryList.h"
 #include "LibraryResources.h"
 #include "Log.h"
+#include "LookAhead.h"
 #include "OxParserDfontImp.h"
 #include "OxParserOpenTypeImp.h"
 #include "OxParserPFBImp.h"
@@ -21,6 +22,7 @@
 #include "OxParserSuitcaseImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "OxParserTrueTypeImp.h"
+#include "ParserSupport.h"
 
 namespace {
 
@@ -32,6 +34,13 @@ constexpr int kMostQueuedRecords = 32;
 const LogChannel& logChannel() {
     static const LogChannel channel("OxParser");
     return channel;
+}
+
+// Whether the parser of such a file reads the whole of it.
+bool isReadWhole(const fs::path& file) {
+    constexpr const char* kExtensions[] = {".TTF", ".OTF", ".TTC", ".PFB"};
+    return std::any_of(std::begin(kExtensions), std::end(kExtensions),
+                       [&file](const char* extension) { return hasExtension(file, extension); });
 }
 
 enum class FoundryFile { Names, Codes };
@@ -195,6 +204,17 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
         }
     }
     return nullptr;
+}
+
+std::unique_ptr<LookAhead> OxParser::startLookAhead() const {
+    if (lookAheadHelpers_ == 0) {
+        return nullptr;
+    }
+    const auto pathOf = [paths = pathQueue_](std::size_t number) {
+        std::optional<fs::path> file = paths->peek(number);
+        return file && !isReadWhole(*file) ? fs::path() : std::move(file);
+    };
+    return std::make_unique<LookAhead>(lookAheadHelpers_, lookAheadBudget_, pathOf);
 }
 
 void OxParser::run() {

@@ -8,6 +8,7 @@
 #include <boost/system/error_code.hpp>
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
+#include <cstddef>
 #include <memory>
 #include <queue>
 #include <vector>
@@ -18,6 +19,8 @@
 #include "OxFontFactory.h"
 #include "OxParserImp.h"
 #include "OxQueue.h"
+
+class LookAhead;
 
 /// The coordinator of a scan: owns the format parsers, the queues and the threads, and hands every
 /// font record to the host's callbacks.
@@ -101,6 +104,16 @@ class OXPARSER_EXPORT OxParser {
     void setTolerantWalk(bool tolerant) { tolerantWalk_ = tolerant; }
     bool tolerantWalk() const { return tolerantWalk_; }
 
+    /// Asks for `helpers` threads that read and digest the next font files while one is parsed,
+    /// their bytes waiting in at most `budget` bytes of memory; to be called before `run`. With 0,
+    /// as it is without this call, each file is read when it is parsed. Records, their order and
+    /// the threads that call the host are the same either way.
+    void setLookAhead(unsigned helpers, std::size_t budget = kLookAheadBudget) {
+        lookAheadHelpers_ = helpers;
+        lookAheadBudget_ = budget;
+    }
+    static constexpr std::size_t kLookAheadBudget = std::size_t{4} << 20;
+
   private:
     friend class OxFontFactory;
     class NotificationTurn;
@@ -108,6 +121,7 @@ class OXPARSER_EXPORT OxParser {
     void recordQueued() { ++queuedRecords_; }
     void recordTaken() { --queuedRecords_; }
     bool notificationsGoFirst() const;
+    std::unique_ptr<LookAhead> startLookAhead() const;
 
     std::unique_ptr<OxFileFactory> fileFactory_;
     std::unique_ptr<OxFontFactory> fontFactory_;
@@ -133,6 +147,8 @@ class OXPARSER_EXPORT OxParser {
 
   private:
     std::atomic<bool> tolerantWalk_{false};
+    std::atomic<unsigned> lookAheadHelpers_{0};
+    std::atomic<std::size_t> lookAheadBudget_{kLookAheadBudget};
     // A parse gives way to these, so that records reach the host while later files are parsed.
     std::atomic<int> waitingNotifications_{0};
     std::atomic<int> queuedRecords_{0};

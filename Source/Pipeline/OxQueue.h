@@ -3,7 +3,9 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/locks.hpp>
 #include <boost/thread/mutex.hpp>
+#include <cstddef>
 #include <deque>
+#include <optional>
 
 /// An unbounded first-in-first-out queue between threads, with any number of pushers and exactly
 /// one taker. The end of a stream travels in the data.
@@ -34,6 +36,17 @@ class OxQueue {
         }
         out = items_.front();
         items_.pop_front();
+        ++taken_;
+    }
+
+    /// A copy of the item that is the `number`th to be taken, counted from 0 over the queue's whole
+    /// life; nothing when it has been taken or is not there yet.
+    std::optional<T> peek(std::size_t number) const {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        if (number < taken_ || number - taken_ >= items_.size()) {
+            return std::nullopt;
+        }
+        return items_[number - taken_];
     }
 
     /// Removes every item, front first.
@@ -41,11 +54,13 @@ class OxQueue {
         const boost::lock_guard<boost::mutex> lock(mutex_);
         while (!items_.empty()) {
             items_.pop_front();
+            ++taken_;
         }
     }
 
   private:
     std::deque<T> items_;
-    boost::mutex mutex_;
+    std::size_t taken_ = 0;
+    mutable boost::mutex mutex_;
     boost::condition_variable condition_;
 };

@@ -5,12 +5,19 @@
 #include <chrono>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "ExitStatus.h"
 
 namespace {
 
 constexpr std::chrono::milliseconds kTick(100);
+
+// Reading and digesting is most of a scan, and a few threads read as fast as a disk gives.
+unsigned lookAheadHelpers() {
+    const unsigned processors = std::thread::hardware_concurrency();
+    return processors < 2 ? 0 : std::min(processors, 4U);
+}
 
 std::string counted(int count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
@@ -56,6 +63,7 @@ void ScanSession::run(OxParser& parser, const std::function<void()>& start,
 }
 
 void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
+    parser.setLookAhead(lookAheadHelpers());
     parser.fileProgressCallbacks.push_back(
         [this](int found, int, void*) { progress_.walking(found); });
     parser.walkErrorCallbacks.push_back(

@@ -207,6 +207,7 @@ void namePipeline() {
     require(parser.parseFile("/any") == nullptr, "host's parser");
     parser.removeParserImp(host);
     parser.setTolerantWalk(true);
+    parser.setLookAhead(2);
     std::promise<void> done;
     parser.fileProgressCallbacks.push_back([](int, int, void*) {});
     parser.fontProgressCallbacks.push_back([](int, int, boost::shared_ptr<OxFont>) {});

@@ -70,6 +70,7 @@ TEST_F(ConcurrencyPipeline, CancelAtAnyMomentStillCompletes) {
     for (int round = 0; round < (kThorough ? 400 : 60); ++round) {
         const auto parser = coordinator();
         parser->setTolerantWalk(round % 2 == 0);
+        parser->setLookAhead(static_cast<unsigned>(round % 3));
         ScanHost host(*parser);
         const auto delay = std::chrono::microseconds(random() % 3000);
         std::thread canceller([&] {

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "FileBytes.h"
+
+/// Helper threads that read and digest files before their turn comes.
+///
+/// The files have an order, and one thread (the reader) takes them in that order, one Turn each.
+/// While a Turn is open, FileBytes::readAll on the reader's thread is given the block that a helper
+/// has filled, if the file has not changed since; it reads the file itself whenever there is none.
+/// So the reader sees the same bytes and errors as without helpers.
+class LookAhead {
+  public:
+    /// The path of the file with this number, counted from 0; nothing when there is none any more.
+    /// An empty path is passed over. Called from the helpers.
+    using PathOf = std::function<std::optional<boost::filesystem::path>(std::size_t number)>;
+
+    /// Starts `helpers` threads, or as many as the system allows. All blocks that are being filled
+    /// or wait together take at most `budget` bytes; larger files are left to the reader.
+    LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf);
+    LookAhead(const LookAhead&) = delete;
+    LookAhead& operator=(const LookAhead&) = delete;
+    /// Waits for the helpers to finish the file in hand.
+    ~LookAhead();
+
+    /// The reader's time with one file; numbers must rise. Made and destroyed on the reader's
+    /// thread.
+    class Turn : private FileBytes::Supplier {
+      public:
+        Turn(LookAhead& lookAhead, std::size_t number);
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        ~Turn() override;
+
+      private:
+        bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
+                    md5_state_t& md5) override;
+
+        LookAhead& lookAhead_;
+        std::size_t number_;
+    };
+
+  private:
+    enum class State { Waiting, Reading, Ready };
+    struct Entry {
+        State state = State::Waiting;
+        bool wanted = true;  // its turn has not passed
+        FileVersion version;
+        ByteBuffer block;
+        md5_state_t md5{};
+    };
+    using Lock = std::unique_lock<std::mutex>;
+
+    void help();
+    void readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file);
+    bool reserve(Lock& lock, std::size_t number, std::size_t size);
+    bool takeBlock(std::size_t size, ByteBuffer& block);
+    void keepBlock(ByteBuffer block);
+    void drop(std::size_t number);
+
+    void beginTurn(std::size_t number);
+    bool supply(std::size_t number, const FileVersion& version, std::size_t padding,
+                ByteBuffer& buffer, md5_state_t& md5);
+    void endTurn(std::size_t number);
+
+    const std::size_t budget_;
+    const PathOf pathOf_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool stopping_ = false;
+    std::size_t next_ = 0;                  // the first file that nobody has claimed
+    std::map<std::size_t, Entry> entries_;  // claimed by a helper, not passed by the reader
+    std::vector<ByteBuffer> spare_;
+    std::size_t held_ = 0;  // bytes of all blocks here, spare or not
+    std::vector<std::thread> helpers_;
+};

@@ -1,0 +1,119 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem.hpp>
+#include <random>
+
+#include "LookAhead.h"
+#include "Support.h"
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr std::size_t kBudget = std::size_t{4} << 20;
+
+struct Content {
+    bool opened = false;
+    Bytes bytes;
+    std::string digest;
+
+    bool operator==(const Content&) const = default;
+};
+
+Content contentOf(const fs::path& file, ByteBuffer& buffer, std::size_t padding) {
+    FileBytes bytes;
+    if (!bytes.open(file)) {
+        return {};
+    }
+    bytes.readAll(buffer, padding);
+    return {true, Bytes(buffer.data(), buffer.data() + buffer.size()), bytes.digest()};
+}
+
+class ConcurrencyLookAhead : public testing::Test {
+  protected:
+    Bytes randomBytes(std::size_t size) {
+        Bytes bytes(size);
+        std::generate(bytes.begin(), bytes.end(),
+                      [this] { return static_cast<std::uint8_t>(random_()); });
+        return bytes;
+    }
+    LookAhead::PathOf paths() {
+        return [this](std::size_t number) {
+            return number < files_.size() ? std::optional(files_[number]) : std::nullopt;
+        };
+    }
+    void addFiles(std::size_t count, std::size_t largest) {
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::string name = "file" + std::to_string(files_.size());
+            files_.push_back(folder_.write(name, randomBytes(random_() % (largest + 1))));
+        }
+    }
+
+    std::mt19937 random_{7};
+    TemporaryFolder folder_;
+    std::vector<fs::path> files_;
+};
+
+TEST_F(ConcurrencyLookAhead, TheReaderSeesEachFileAsItIsAtItsTurn) {
+    addFiles(60, 40'000);
+    addFiles(20, 900'000);
+    files_.push_back(folder_.write("larger", randomBytes(kBudget + 1)));
+    files_.push_back(folder_.path() / "missing");
+    files_.push_back(folder_.path());
+    files_.emplace_back();
+    addFiles(60, 200'000);
+
+    LookAhead lookAhead(3, kBudget, paths());
+    ByteBuffer kept;
+    for (std::size_t i = 0; i < files_.size(); ++i) {
+        if (i % 7 == 3 && i < 80) {
+            folder_.write(files_[i].filename().string(), randomBytes(random_() % 5'000));
+        } else if (i % 7 == 5 && i < 80) {
+            fs::remove(files_[i]);
+        }
+        const std::size_t padding = i % 3 == 0 ? 0 : (i % 3 == 1 ? 2049 : 5000);
+        ByteBuffer own;
+        const Content expected = contentOf(files_[i], own, padding);
+        const LookAhead::Turn turn(lookAhead, i);
+        if (i % 5 != 4) {  // some files are not read at all
+            ASSERT_EQ(contentOf(files_[i], kept, padding), expected) << files_[i];
+        }
+    }
+}
+
+TEST_F(ConcurrencyLookAhead, EndsAtAnyMoment) {
+    addFiles(40, 300'000);
+    for (std::size_t turns = 0; turns < files_.size(); ++turns) {
+        LookAhead lookAhead(2, kBudget, paths());
+        ByteBuffer buffer;
+        for (std::size_t i = 0; i < turns; ++i) {
+            const LookAhead::Turn turn(lookAhead, i);
+            ASSERT_TRUE(contentOf(files_[i], buffer, 0).opened);
+        }
+    }
+}
+
+// A block that was filled ahead is handed over, not read again: a file that is written to without
+// a trace in its status shows the bytes of then.
+TEST_F(ConcurrencyLookAhead, ABlockThatWasFilledAheadIsTheOneThatIsRead) {
+    struct Fixed : FileBytes::Supplier {
+        bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
+                    md5_state_t& md5) override {
+            buffer.resize(static_cast<std::size_t>(version.size) + padding);
+            std::fill_n(buffer.data(), buffer.size(), std::uint8_t{'x'});
+            md5_init(&md5);
+            return true;
+        }
+    } fixed;
+    const fs::path file = folder_.write("file", "abc");
+    ByteBuffer buffer;
+    FileBytes::setSupplier(&fixed);
+    const Content supplied = contentOf(file, buffer, 1);
+    FileBytes::setSupplier(nullptr);
+    EXPECT_EQ(supplied.bytes, bytesOf("xxxx"));
+    EXPECT_EQ(supplied.digest, "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_EQ(contentOf(file, buffer, 0).bytes, bytesOf("abc"));
+}
+
+}  // namespace
