@@ -1,10 +1,10 @@
 #include <algorithm>
 
 #include "Check.h"
+#include "FormatRules.h"
 #include "FuzzTarget.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "ScratchFolder.h"
-#include "SfntRules.h"
 
 namespace {
 
@@ -18,9 +18,8 @@ std::size_t offsetsIn(ByteView input) {
 // but for the glyph count, which 'kern' sees and which is kept deliberately.
 void run(ByteView input) {
     const auto file = ScratchFolder::instance().write("font.ttc", input);
-    const FontListPtr fonts =
-        parseTwice([&] { return OxParserTrueTypeCollectionImp(0).parseFontFile(file); },
-                   sfntrules::kCollection);
+    const FontListPtr fonts = parseTwice(
+        [&] { return OxParserTrueTypeCollectionImp(0).parseFontFile(file); }, rules::kCollection);
     check(fonts->size() <= std::min(offsetsIn(input), kMostRecords),
           "no more records than the file has offsets");
     OxParserTrueTypeCollectionImp single(0);

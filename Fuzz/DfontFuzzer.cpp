@@ -1,6 +1,6 @@
 #include "Check.h"
+#include "FormatRules.h"
 #include "FuzzTarget.h"
-#include "MacRules.h"
 #include "OxParserDfontImp.h"
 #include "ResourceManager.h"
 #include "ScratchFolder.h"
@@ -11,7 +11,7 @@ void run(ByteView input) {
     static OxParserDfontImp used;
     const auto file = ScratchFolder::instance().write("font.dfont", input);
     const FontListPtr fonts =
-        parseTwice([&] { return OxParserDfontImp().parseFontFile(file); }, macrules::kDfont);
+        parseTwice([&] { return OxParserDfontImp().parseFontFile(file); }, rules::kDfont);
     check(input.size() >= 16 || fonts->empty(), "no records without a resource file");
     checkEqual(*fonts, *FontListPtr(used.parseFontFile(file)));
 }

@@ -1,10 +1,10 @@
 #include "Check.h"
 #include "FinderInfo.h"
+#include "FormatRules.h"
 #include "FuzzTarget.h"
 #include "InputParts.h"
 #include "MacFiles.h"
 #include "MacResourceTypes.h"
-#include "MacRules.h"
 #include "OxParserPSOutlineImp.h"
 #include "ResourceFileWriter.h"
 #include "ResourceManager.h"
@@ -31,8 +31,8 @@ void run(ByteView input) {
     const ByteView fork = isText ? ByteView(text.data(), text.size()) : parts.rest();
     const auto file = writeMacFile("AcmeBol", fourCharCode("LWFN"), fork);
     const std::int16_t current = CurResFile();
-    const FontListPtr fonts = parseTwice([&] { return OxParserPSOutlineImp().parseFontFile(file); },
-                                         macrules::kPrinterFont);
+    const FontListPtr fonts =
+        parseTwice([&] { return OxParserPSOutlineImp().parseFontFile(file); }, rules::kPrinterFont);
     check(fonts->size() == 1, "one record a printer font");
     check(CurResFile() == current, "the current resource file stays as it was");
     checkFileAttributes(fonts->front(), file, {});

@@ -30,8 +30,10 @@ void run(ByteView input) {
     const PfbHeader header = parse(input, 'a');
     const PfbHeader again = parse(input, 'b');
     constexpr std::size_t kLookedThrough = 2047;
+    // The byte behind the last place looked at is taken for a program's start by itself.
     const bool isProgram =
-        input.clamped(0, kLookedThrough + 3).text().find("%!PS") != std::string_view::npos;
+        input.clamped(0, kLookedThrough).text().find("%!PS") != std::string_view::npos ||
+        input.clamped(kLookedThrough - 3, 1).text() == "%";
     if (isFilledWith(header, 'a')) {
         check(!isProgram && isFilledWith(again, 'b'), "a program's header is read");
         return;

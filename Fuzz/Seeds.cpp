@@ -86,7 +86,8 @@ void addType1(Seeds& seeds) {
     const std::string text = acmeType1Text();
     seeds["Pfb"] = {{"good", pfbFile(text)}, {"line-feeds", pfbFile(acmeType1Text("\n"))}};
     seeds["PfbHeader"] = {{"good", bytesOf(text)},
-                          {"binary", joined({Bytes{0x80, 1, 0, 0, 0, 0}, bytesOf(text)})}};
+                          {"binary", joined({Bytes{0x80, 1, 0, 0, 0, 0}, bytesOf(text)})},
+                          {"late", joined({Bytes(2044, 'x'), bytesOf("%\r/FontName /A def\r")})}};
     seeds["Pfm"] = {{"good", PfmBuilder().bytes()}};
     seeds["TokenScanner"] = {{"words", bytesOf("Copyright 1990, 12 Acme-Bold. - 12,1990 .x")}};
 }

@@ -1,9 +1,9 @@
 #include <memory>
 
 #include "Check.h"
+#include "FormatRules.h"
 #include "FuzzTarget.h"
 #include "OxParserTrueTypeImp.h"
-#include "SfntRules.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ void run(ByteView input) {
             given, reinterpret_cast<ttf::tagFontDirectory&>(*block.get()),
             static_cast<std::uint32_t>(font.size()));
     };
-    const FontListPtr fonts = parseTwice(parse, sfntrules::kMemory);
+    const FontListPtr fonts = parseTwice(parse, rules::kMemory);
     check(fonts->size() == 1, "one record");
     check(fonts->front().getAttribute(eResourcename) == "Acme", "a copy of the given record");
     check(given.attributes().size() == 2 && given.diagnostics().empty(),

@@ -1,8 +1,8 @@
 #include "Check.h"
 #include "FinderInfo.h"
+#include "FormatRules.h"
 #include "FuzzTarget.h"
 #include "MacFiles.h"
-#include "MacRules.h"
 #include "OxFontComparer.h"
 #include "OxParserSuitcaseImp.h"
 #include "ResourceManager.h"
@@ -15,7 +15,7 @@ void run(ByteView input) {
     check(OxParserSuitcaseImp().inspectFont(file), "a suitcase by its type");
     const std::int16_t current = CurResFile();
     const FontListPtr fonts =
-        parseTwice([&] { return OxParserSuitcaseImp().parseFontFile(file); }, macrules::kSuitcase);
+        parseTwice([&] { return OxParserSuitcaseImp().parseFontFile(file); }, rules::kSuitcase);
     check(CurResFile() == current, "the current resource file stays as it was");
     check(input.size() >= 16 || fonts->empty(), "no records without a fork");
 

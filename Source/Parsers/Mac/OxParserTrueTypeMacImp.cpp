@@ -18,6 +18,7 @@ constexpr char kMissing[] = "Missing sfnt resource";
 constexpr std::uint64_t kCollectionHeaderSize = 12;
 
 constexpr std::uint64_t kSumsPerDigest = 8;  // a byte is summed that much faster than digested
+constexpr std::uint64_t kStepWork = 256;     // bytes digested while a 'kern' subtable is looked at
 
 void setFileAttributes(OxFont& font, const fs::path& file) {
     font.setAttribute(ePlatform, "Macintosh");
@@ -51,7 +52,7 @@ FontList* OxParserTrueTypeMacImp::parseFont(const fs::path& file, char** /*fondH
 }
 
 void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, FontList& fonts) {
-    tableBytesSummed_ = 0;
+    beginCounting();
     std::uint64_t bytesDigested = 0;
     const CollectionBudget budget{sfnt.size()};
     const ZeroPaddedView header(sfnt);
@@ -67,8 +68,9 @@ void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, Fo
         if (16u * sfnt.u16be(place + 4) + 12u > sfnt.size()) {
             continue;
         }
-        if (!fonts.empty() && !budget.allowsMore(fonts.size(), tableBytesSummed_, bytesDigested)) {
-            fonts.back().addDiagnostic(eError, 0, CollectionBudget::kTooEntangled);
+        if (!fonts.empty() &&
+            !budget.allowsMore(fonts.size(), tableBytesSummed_, bytesDigested, walks_)) {
+            CollectionBudget::report(fonts.back());
             break;
         }
         const std::string_view rest = sfnt.from(place).text();
@@ -78,12 +80,12 @@ void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, Fo
         OxFont font;
         setFileAttributes(font, file);
         const std::unique_ptr<FontList> members(
-            validate(font, reinterpret_cast<ttf::tagFontDirectory&>(*image.data()),
-                     static_cast<std::uint32_t>(image.size())));
+            validateImage(font, reinterpret_cast<ttf::tagFontDirectory&>(*image.data()),
+                          static_cast<std::uint32_t>(image.size())));
         fonts.transfer(fonts.end(), *members);
         bytesDigested += image.size();
     }
-    bytesWorked_ += bytesDigested + tableBytesSummed_ / kSumsPerDigest;
+    bytesWorked_ += bytesDigested + tableBytesSummed_ / kSumsPerDigest + walks_.steps * kStepWork;
 }
 
 bool OxParserTrueTypeMacImp::validateAssoc(OxFont& font, const AsscEntry* entry) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #include "FileBytes.h"
 #include "MacResourceTypes.h"
@@ -100,25 +102,37 @@ class ChunkReader {
 
     // Container headers and segment marks before the program do no harm to its reading.
     void appendDataFork() {
+        if (!dataFork_) {
+            dataFork_ = readDataFork();
+        }
+        if (dataFork_->empty()) {
+            report(dataForkDefect_);
+        }
+        append(*dataFork_);
+    }
+
+    // The program in it; empty, with a defect, when there is none.
+    std::string readDataFork() {
         FileBytes file;
         if (!file.open(file_)) {
-            report("Cannot read data fork");
-            return;
+            dataForkDefect_ = "Cannot read data fork";
+            return {};
         }
-        std::vector<std::uint8_t> bytes(
-            static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), kMostText)));
-        bytes.resize(file.readAt(0, bytes.data(), bytes.size()));
-        const std::string_view text = ByteView(bytes.data(), bytes.size()).text();
+        std::string text(static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), kMostText)),
+                         '\0');
+        text.resize(file.readAt(0, reinterpret_cast<std::uint8_t*>(text.data()), text.size()));
         const std::size_t start = text.find("%!");
-        if (start == std::string_view::npos) {
-            report("No program in data fork");
-            return;
+        if (start == std::string::npos) {
+            dataForkDefect_ = "No program in data fork";
+            return {};
         }
-        append(text.substr(start));
+        return text.substr(start);
     }
 
     const boost::filesystem::path& file_;
     PostChunks program_;
+    std::optional<std::string> dataFork_;  // read once, however many chunks name it
+    const char* dataForkDefect_ = "";
     bool isCut_ = false;
 };
 

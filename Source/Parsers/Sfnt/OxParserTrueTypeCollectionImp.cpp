@@ -74,7 +74,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             reportTooLarge(fonts->back(), file, log);
             return fonts.release();
         }
-        tableBytesSummed_ = 0;
+        beginCounting();
         const CollectionBudget budget{*source.size};
         // Offsets past the end of the file are not read, so the count needs no other bound.
         const std::uint64_t count = source.u32(8);
@@ -85,8 +85,8 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             }
             // The file's own digest is taken once.
             if (!fonts->empty() &&
-                !budget.allowsMore(fonts->size(), tableBytesSummed_, budget.size)) {
-                fonts->back().addDiagnostic(eError, 0, CollectionBudget::kTooEntangled);
+                !budget.allowsMore(fonts->size(), tableBytesSummed_, budget.size, walks_)) {
+                CollectionBudget::report(fonts->back());
                 break;
             }
             const auto offset = static_cast<std::int32_t>(source.u32(entry));
@@ -103,6 +103,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file, std::int
     auto fonts = std::make_unique<FontList>();
     fonts->push_back(new OxFont);
     Source source(file);
+    beginCounting();
     validateMember(source, offset, fonts->back());
     return fonts.release();
 }

@@ -8,6 +8,7 @@
 
 #include "Ascii.h"
 #include "CString.h"
+#include "CollectionBudget.h"
 #include "FontFoundryList.h"
 #include "Log.h"
 #include "MacRoman.h"
@@ -187,6 +188,17 @@ FontList* OxParserTrueTypeImp::validate(const fs::path& file, ttf::tagFontDirect
 
 FontList* OxParserTrueTypeImp::validate(OxFont& font, ttf::tagFontDirectory& image,
                                         std::uint32_t length) {
+    beginCounting();
+    return validateImage(font, image, length);
+}
+
+void OxParserTrueTypeImp::beginCounting() {
+    tableBytesSummed_ = 0;
+    walks_ = {};
+}
+
+FontList* OxParserTrueTypeImp::validateImage(OxFont& font, ttf::tagFontDirectory& image,
+                                             std::uint32_t length) {
     const LogChannel log(kCategory);
     auto fonts = std::make_unique<FontList>();
     fonts->push_back(new OxFont(font));
@@ -215,6 +227,7 @@ FontList* OxParserTrueTypeImp::validate(OxFont& font, ttf::tagFontDirectory& ima
 FontList* OxParserTrueTypeImp::validateFile(const fs::path& file, const SfntFormat& format,
                                             ttf::tagFontDirectory* directory) {
     const LogChannel log(format.category);
+    beginCounting();
     log.info("Parsing:  %s", file.string());
     auto fonts = std::make_unique<FontList>();
     fonts->push_back(new OxFont);
@@ -314,6 +327,11 @@ bool OxParserTrueTypeImp::readDirectoryRecord(std::uint64_t position,
 void OxParserTrueTypeImp::walkDirectory(OxFont& font, std::uint64_t start, unsigned count,
                                         const SfntFormat& format) {
     for (unsigned i = 0; i < count; ++i) {
+        if (!walks_.allowsMore(image_.view().size())) {
+            LogChannel(format.category).error(CollectionBudget::kTooEntangled);
+            CollectionBudget::report(font);
+            return;
+        }
         ttf::tagTableDirectory record;
         if (!readDirectoryRecord(start + std::uint64_t{i} * kDirectoryRecordSize, record)) {
             constexpr char kText[] = "Table directory goes past the end of the font data";
@@ -528,6 +546,7 @@ bool OxParserTrueTypeImp::collectNames(std::uint64_t table, unsigned count, std:
                                        AcceptedNames& accepted) {
     bool any = false;
     for (unsigned i = 0; i < count; ++i) {
+        ++walks_.steps;
         const ByteView r =
             image_.view().slice(table + 6 + std::uint64_t{i} * 12, 12, 1, "name record");
         const ttf::tagNameRecord name = {r.u16be(0), r.u16be(2), r.u16be(4),
@@ -578,6 +597,7 @@ bool OxParserTrueTypeImp::readNames(const ttf::tagTableDirectory& record, OxFont
         for (std::size_t id = 0; id < accepted.size(); ++id) {
             if (const auto& name = accepted[id]) {
                 const std::uint32_t read = nameBytesRead(*name);
+                walks_.addText(read);
                 font.setAttribute(kKeys[id], nameText(*name, image_.view().clamped(
                                                                  storage + name->offset, read)));
             }
@@ -625,6 +645,7 @@ bool OxParserTrueTypeImp::readKerning(const ttf::tagTableDirectory& record, OxFo
     ChangedBytes changed;
     unsigned passesInPlace = 0;
     for (unsigned left = count; left > 0; --left) {
+        ++walks_.steps;
         const std::uint64_t start = subtable;
         const std::uint8_t format = image_.view().u8(start + 4, "kern subtable format");
         if (format == 0) {

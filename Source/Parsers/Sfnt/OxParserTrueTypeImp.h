@@ -16,6 +16,7 @@
 #include "OxParserImp.h"
 #include "SfntImage.h"
 #include "TtfRecords.h"
+#include "WalkBudget.h"
 
 struct SfntFormat;
 struct SfntTable;
@@ -91,11 +92,16 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     boost::ptr_vector<OxFont>* validateFile(const boost::filesystem::path& file,
                                             const SfntFormat& format,
                                             ttf::tagFontDirectory* directory = nullptr);
+    /// validate(font, image, length) without beginCounting().
+    boost::ptr_vector<OxFont>* validateImage(OxFont& font, ttf::tagFontDirectory& image,
+                                             std::uint32_t length);
+    /// What counts towards budgets starts at zero: another file or resource begins.
+    void beginCounting();
     /// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with
     /// no image, for a file that is too large or that memory does not suffice for.
     void readImage(FileBytes& file, OxFont& font);
     /// Walks `count` records of the table directory at `start`, reading every table that the
-    /// format reads.
+    /// format reads, until walks_ is used up.
     void walkDirectory(OxFont& font, std::uint64_t start, unsigned count, const SfntFormat& format);
     /// "Foundry" from the record's copyright text; "Unknown" when that leaves it empty.
     static void resolveFoundry(OxFont& font);
@@ -110,7 +116,8 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     bool italic_ = false;           // bit 0 of fsSelection of the last 'OS/2' table read
     ByteBuffer fileBuffer_;
     std::string fileDigest_;
-    std::uint64_t tableBytesSummed_ = 0;  // what checksums were asked for since it was last reset
+    std::uint64_t tableBytesSummed_ = 0;  // what checksums were asked for since beginCounting()
+    WalkBudget walks_;                    // since then, too
 
   private:
     /// Bytes that passes over one place have changed, by offset, as they were before.

@@ -1,6 +1,7 @@
 #include "TokenScanner.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "Ascii.h"
@@ -37,26 +38,49 @@ std::int32_t classify(std::string_view token, std::int32_t previous) {
     }
 }
 
+// Where the last token ended. A caller who goes on from there pays for what is left of the line
+// alone; elsewhere the line is measured first, so that no place behind its end is looked at.
+struct Place {
+    const char* line;
+    std::int32_t index;
+};
+Place reached = {nullptr, 0};
+
+std::size_t placeIn(const char* line) {
+    const auto index = static_cast<std::size_t>(std::max(iIndex, 0));
+    if (line == reached.line) {
+        const auto known = static_cast<std::size_t>(reached.index);
+        // Callers step over separators.
+        if (index >= known) {
+            return known + ::strnlen(line + known, index - known);
+        }
+    }
+    return ::strnlen(line, index);
+}
+
 }  // namespace
 
 int set_line(const char* line) {
     cpLine = line;
     iIndex = 0;
+    reached = {nullptr, 0};
     return 0;
 }
 
 int get_next_token() {
-    const std::string_view line(cpLine != nullptr ? cpLine : "");
-    const std::size_t start = std::min(static_cast<std::size_t>(std::max(iIndex, 0)), line.size());
-    const std::size_t begin = std::min(line.find_first_not_of("\t\n ", start), line.size());
+    const char* const line = cpLine != nullptr ? cpLine : "";
+    const std::size_t start = placeIn(line);
+    const std::size_t begin = start + std::strspn(line + start, "\t\n ");
     iIndex = static_cast<std::int32_t>(begin);
     tokenlen = 0;
-    if (begin == line.size()) {
+    if (line[begin] == '\0') {
+        reached = {line, iIndex};
         tokentype = kTokenEndOfLine;
         return 0;
     }
-    const std::string_view token = line.substr(begin, line.find_first_of(",.", begin) - begin);
+    const std::string_view token(line + begin, std::strcspn(line + begin, ",."));
     iIndex = static_cast<std::int32_t>(begin + token.size());
+    reached = {line, iIndex};
     const std::string_view stored = token.substr(0, kTokenValueSize - 1);
     tokenval[stored.copy(tokenval, stored.size())] = '\0';
     jIndex = tokenlen = static_cast<std::int32_t>(stored.size());

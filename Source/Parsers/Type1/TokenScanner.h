@@ -25,7 +25,8 @@ enum TokenType : std::int32_t {
     kTokenWord = 5,
 };
 
-/// The zero-terminated line being scanned; the caller owns it and keeps it alive.
+/// The zero-terminated line being scanned; the caller owns it and keeps it alive and as it is until
+/// the next set_line.
 OXPARSER_EXPORT extern const char* cpLine;
 /// Index of the next unread byte of `cpLine`; -1 before the first `set_line`.
 OXPARSER_EXPORT extern std::int32_t iIndex;

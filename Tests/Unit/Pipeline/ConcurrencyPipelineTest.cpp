@@ -4,13 +4,17 @@
 
 #include <atomic>
 #include <boost/thread/thread.hpp>
+#include <cstdlib>
+#include <locale>
 #include <memory>
 #include <random>
 #include <thread>
 
 #include "OxParser.h"
 #include "ScanHost.h"
+#include "SfntBuilder.h"
 #include "Support.h"
+#include "Type1Builder.h"
 
 namespace {
 
@@ -150,6 +154,128 @@ TEST_F(ConcurrencyPipeline, TwoCoordinatorsRunSideBySide) {
     second.join();
     EXPECT_THAT(host.fonts, SizeIs(100));
     EXPECT_THAT(otherHost.fonts, SizeIs(100));
+}
+
+// Digits in groups, a comma where the point belongs, and letters without cases.
+struct ForeignNumbers : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+};
+struct ForeignLetters : std::ctype<char> {
+    char do_toupper(char) const override { return '?'; }
+    char do_tolower(char) const override { return '?'; }
+};
+
+TEST_F(ConcurrencyPipeline, AHostMayChangeTheGlobalLocaleWhileAScanRuns) {
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = std::to_string(i);
+        folder.write(name + ".TTF", SfntBuilder::goodFont().patch("head.magicNumber", 7).build());
+        folder.write(name + ".Pfb", pfbFile(acmeType1Text()));
+        folder.write(name + ".pfm", PfmBuilder().bytes());
+    }
+    const auto scan = [this] {
+        OxParser parser(folder.path(), kNoList, kNoList);
+        std::vector<std::string> records;
+        parser.fontProgressCallbacks.push_back(
+            [&](int, int, const boost::shared_ptr<OxFont>& font) {
+                std::string record;
+                for (const auto& [key, value] : font->attributes()) {
+                    record += key + "=" + value + "\n";
+                }
+                for (const std::string& line : diagnosticLines(*font)) {
+                    record += line + "\n";
+                }
+                records.push_back(record);
+            });
+        ScanHost host(parser);
+        host.run();
+        return records;
+    };
+    const std::vector<std::string> expected = scan();
+    ASSERT_THAT(expected, SizeIs(60));
+    const std::locale classic = std::locale::classic();
+    const std::locale foreign(std::locale(classic, new ForeignNumbers), new ForeignLetters);
+    const std::locale before = std::locale::global(foreign);
+    EXPECT_EQ(scan(), expected);
+    std::atomic<bool> ended{false};
+    std::thread changer([&] {
+        for (int i = 0; !ended; ++i) {
+            std::locale::global(i % 2 == 0 ? classic : foreign);
+            std::this_thread::yield();
+        }
+    });
+    EXPECT_EQ(scan(), expected);
+    ended = true;
+    changer.join();
+    std::locale::global(before);
+}
+
+// How many hosts of the next test there are; OXPARSER_ROUNDS asks for more.
+int hosts() {
+    const char* const wanted = std::getenv("OXPARSER_ROUNDS");
+    return wanted != nullptr ? std::atoi(wanted) : kThorough ? 300 : 60;
+}
+
+TEST_F(ConcurrencyPipeline, HostsOfEveryKindGetTheirCompletion) {
+    constexpr int kFiles = 12;
+    writeFiles(kFiles);
+    for (int round = 0; round < hosts(); ++round) {
+        std::mt19937 random(static_cast<unsigned>(round));
+        auto parser = coordinator([](const fs::path& file) {
+            return file.filename() == "3.tst" ? throw std::runtime_error("a parser's trouble")
+                                              : ScriptedParser::oneRecord(file);
+        });
+        parser->setTolerantWalk(random() % 2 == 0);
+        const unsigned empty = random() % 16;
+        const unsigned thrower = random() % 8;
+        const bool isSlow = random() % 8 == 0;
+        std::atomic<int> seen{0};
+        std::atomic<bool> completed{false};
+        parser->fileProgressCallbacks.push_back([thrower](int found, int, void*) {
+            if (thrower == 0 && found == 7) {
+                throw std::runtime_error("a host's trouble");
+            }
+        });
+        parser->fontProgressCallbacks.push_back(
+            [&, isSlow, thrower](int, int, const boost::shared_ptr<OxFont>&) {
+                ++seen;
+                if (isSlow) {
+                    std::this_thread::sleep_for(std::chrono::microseconds(500));
+                }
+                if (thrower == 1) {
+                    throw 17;
+                }
+            });
+        parser->fontCompletionCallbacks.push_back([&](bool) { completed = true; });
+        if (empty == 0) {
+            parser->fileProgressCallbacks.emplace_back();
+        } else if (empty == 1) {
+            parser->fontProgressCallbacks.emplace_back();
+        } else if (empty == 2) {
+            parser->fileCompletionCallbacks.emplace_back();
+        } else if (empty == 3) {
+            parser->fontCompletionCallbacks.emplace_back();
+        }
+        const bool cancels = random() % 2 == 0;
+        const auto delay = std::chrono::microseconds(random() % 1500);
+        std::thread canceller([&] {
+            if (cancels) {
+                std::this_thread::sleep_for(delay);
+                parser->cancel();
+            }
+        });
+        parser->run();
+        while (!completed) {
+            std::this_thread::yield();
+        }
+        canceller.join();
+        parser.reset();
+        ASSERT_LT(seen, kFiles) << round;
+        if (!cancels && thrower != 0 && empty != 0) {
+            ASSERT_EQ(seen, kFiles - 1) << round;
+        }
+    }
 }
 
 }  // namespace

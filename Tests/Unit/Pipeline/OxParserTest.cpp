@@ -3,13 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <boost/function.hpp>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <memory>
 #include <stdexcept>
 #include <thread>
 
+#include "ChildProcess.h"
 #include "FontFoundryList.h"
 #include "LogRecorder.h"
 #include "ScanHost.h"
@@ -265,6 +268,30 @@ TEST_F(Pipeline, CancelDuringAParseFinishesTheFileInHand) {
     EXPECT_THAT(host.fontNames(), ElementsAre("B", "A"));
     EXPECT_THAT(host.fileCompletions, ElementsAre(false));
     EXPECT_THAT(host.fontCompletions, ElementsAre(true));
+}
+
+TEST_F(Pipeline, AHostMayExitWhileAScanRuns) {
+    for (int i = 0; i < 60; ++i) {
+        folder.write(std::to_string(i) + ".ttf", SfntBuilder::goodFont().build());
+    }
+    for (int round = 0; round < 20; ++round) {
+        const int status = runInChild([&] {
+            std::promise<void> reached;
+            std::atomic<int> seen{0};
+            auto* const parser = new OxParser(folder.path(), kNoList, kNoList);
+            parser->fontProgressCallbacks.push_back(
+                [&, round](int, int, const boost::shared_ptr<OxFont>&) {
+                    if (seen++ == round) {
+                        reached.set_value();
+                    }
+                });
+            parser->run();
+            reached.get_future().wait();
+            std::exit(17);
+            return 0;
+        });
+        ASSERT_EQ(status, 17) << round;
+    }
 }
 
 TEST_F(Pipeline, LoadsAFoundryListOnceHoweverManyCoordinatorsThereAre) {

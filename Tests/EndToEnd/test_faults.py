@@ -1,0 +1,144 @@
+"""The program while the file system fails it (Tests/Faults/FaultyFiles.cpp)."""
+
+import json
+import os
+import resource
+import shutil
+import subprocess
+import unittest
+
+import sfnt
+from test_program import NOBODY, ProgramTest
+
+FAULTS = os.environ["OXPARSER_FAULTS"]
+SEEDS = os.environ["OXPARSER_SEEDS"]
+
+# A font of each format, by the seed that it is made from.
+FONTS = {"victim.ttf": "TrueType/good", "victim.otf": "OpenType/kerning",
+         "victim.ttc": "Collection/shared", "victim.pfb": "Pfb/good", "victim.pfm": "Pfm/good",
+         "victim.dfont": "Dfont/family", "victim": None}
+NO_READ = ("EIO", "EACCES", "EMFILE", "ENOMEM")
+# What such a font is reported with when it cannot be opened or read, as type and code; a file of
+# resources has no records then.
+UNREADABLE = {"victim.ttf": [("error", -1003)], "victim.otf": [("error", -1003)],
+              "victim.ttc": [], "victim.pfb": [("error", -1003)], "victim.pfm": [],
+              "victim.dfont": None, "victim": None}
+
+
+class FaultTest(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        seeds = self.path("seeds")
+        subprocess.run([SEEDS, seeds], check=True, stdout=subprocess.DEVNULL)
+        for name, seed in FONTS.items():
+            os.makedirs(self.path("fonts", name + ".d"))
+            if seed:
+                shutil.copy(os.path.join(seeds, seed), self.path("fonts", name + ".d", name))
+        self.write("fonts/victim.d/victim", b"")
+        shutil.copy(os.path.join(seeds, "AppleDouble/double"), self.path("fonts/victim.d/._victim"))
+        shutil.rmtree(seeds)
+        self.write("fonts/witness.ttf", sfnt.font("Witness"))
+        shutil.copytree(self.path("fonts"), self.path("kept"))
+        self.good = self.scan()
+
+    def scan(self, fault=None, **options):
+        """Diagnostics and attributes of each file's records, with the fault."""
+        if fault:
+            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT=fault)
+        try:
+            process = self.start("scan", "--format", "jsonl", "fonts", **options)
+            out, err = process.communicate(timeout=120)
+        finally:
+            self.environment.pop("LD_PRELOAD", None)
+            self.environment.pop("OXPARSER_FAULT", None)
+        self.assertIn(process.returncode, (0, 1), (fault, err))
+        lines = out.decode().splitlines()
+        self.err = err.decode()
+        self.assertTrue(lines and '"record":"summary"' in lines[-1], (fault, self.err))
+        files = {}
+        for line in lines[:-1]:
+            font = json.loads(line)
+            files.setdefault(os.path.basename(font["file"]), []).append(
+                ([(d["type"], d["code"]) for d in font["diagnostics"]], font["attributes"]))
+        return files
+
+    def restore(self):
+        shutil.rmtree(self.path("fonts"), ignore_errors=True)
+        shutil.copytree(self.path("kept"), self.path("fonts"))
+
+    def unharmed(self, files, *but):
+        """Every other file's records are as they always are."""
+        for name, records in self.good.items():
+            if name not in but:
+                self.assertEqual(files.get(name), records, (name, but))
+
+    def test_every_format_survives_every_failure_of_a_read(self):
+        self.assertEqual(len(self.good), len(FONTS) + 1)
+        for call in ("open", "read"):
+            for name, expected in UNREADABLE.items():
+                for error in NO_READ:
+                    fault = " ".join((call, error, "/._victim" if name == "victim" else "/" + name))
+                    files = self.scan(fault)
+                    self.unharmed(files, name)
+                    if expected is None:
+                        self.assertNotIn(name, files, fault)
+                    else:
+                        self.assertEqual([r[0] for r in files.get(name, [([], None)])],
+                                         [expected], fault)
+
+    def test_short_and_interrupted_reads_change_nothing(self):
+        for action in ("short", "interrupted"):
+            for name in [*FONTS, "._victim"]:
+                self.assertEqual(self.scan("read %s %s" % (action, name)), self.good, action)
+
+    def test_a_file_that_changes_while_it_is_read_harms_no_other(self):
+        for call in ("open", "read"):
+            for action in ("truncate", "grow", "unlink"):
+                for name in FONTS:
+                    fork = "/._victim" if name == "victim" else "/" + name
+                    files = self.scan(" ".join((call, action, fork)))
+                    self.unharmed(files, name)
+                    for _, attributes in files.get(name, []):
+                        self.assertEqual(attributes.get("FileName", name), name)
+                    self.restore()
+
+    def test_a_folder_that_fails_or_vanishes_during_the_walk_is_named(self):
+        for action in ("EIO", "remove"):
+            self.write("fonts/gone/1.ttf", b"")
+            self.write("fonts/gone/2.ttf", b"")
+            files = self.scan("list %s /gone" % action)
+            self.unharmed(files)
+            if action == "EIO":
+                self.assertIn("gone: Input/output error", self.err)
+            self.restore()
+
+    def test_rights_that_go_away_are_an_unreadable_file(self):
+        if os.geteuid() != 0:
+            self.skipTest("needs another user's rights to take away")
+        for folder, _, names in os.walk(self.path("fonts")):
+            os.chown(folder, NOBODY, NOBODY)
+            for name in names:
+                os.chown(os.path.join(folder, name), NOBODY, NOBODY)
+        options = {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+        try:
+            files = self.scan("open forbid /victim.ttf", **options)
+        except PermissionError:
+            self.skipTest("the program is out of an ordinary user's reach")
+        self.unharmed(files, "victim.ttf")
+        self.assertEqual(files["victim.ttf"][0][0], [("error", -1003)])
+
+    def test_a_process_without_descriptors_ends_in_order(self):
+        for most in list(range(4, 13)) + [64]:
+            def limit(most=most):
+                resource.setrlimit(resource.RLIMIT_NOFILE, (most, most))
+            if most == 64:
+                self.assertEqual(self.scan(preexec_fn=limit), self.good)
+                continue
+            process = self.start("scan", "--format", "jsonl", "fonts", preexec_fn=limit)
+            out, err = process.communicate(timeout=120)
+            self.assertIn(process.returncode, (0, 1), err)
+            self.assertTrue(b'"record":"summary"' in out or b"Too many open files" in err, most)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,197 @@
+// What a file may cost: the worst that is known for each parser, measured by what the records hold
+// and by what was read, never by time. A parser that breaks its bound badly runs into the time
+// limit of the tests.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <memory>
+
+#include "BigEndian.h"
+#include "MacFontBuilder.h"
+#include "OxParserDfontImp.h"
+#include "OxParserOpenTypeImp.h"
+#include "OxParserPSOutlineImp.h"
+#include "OxParserTrueTypeCollectionImp.h"
+#include "SfntBuilder.h"
+#include "SuitcaseBudget.h"
+#include "TokenScanner.h"
+
+namespace {
+
+using testing::Contains;
+using testing::Not;
+using FontList = std::unique_ptr<boost::ptr_vector<OxFont>>;
+
+constexpr char kEntangled[] = "error 0 Font data is too entangled to check";
+constexpr std::uint32_t kMostTables = 36;
+
+// What directory records all name: 'kern' subtables without pairs, each of 14 bytes and worth a
+// warning.
+Bytes emptySubtables(std::size_t size) {
+    return BigEndian().u16(0).u16(0xFFFF).padTo(size);
+}
+
+// A class subtable that the passes stand on while its bytes change in a circle of seven, which the
+// reader has no short cut for.
+Bytes standingClasses(std::size_t size) {
+    BigEndian table;
+    table.u16(0).u16(0xFFFF).zeros(4).u16(0x0200).u16(0).u16(0x0B00).u16(0x0A00).u16(0x0600);
+    return table.padTo(size);
+}
+
+// 65,535 Windows records, all of the longest text, of the eight ids.
+Bytes longNames(std::size_t size) {
+    BigEndian table;
+    table.u16(0).u16(0xFFFF).u16(6);
+    for (std::uint32_t i = 0; i < 0xFFFF && table.size() + 12 + 65534 + 6 < size; ++i) {
+        table.u16(3).u16(1).u16(0x0409).u16(i % 8).u16(65534).u16(0);
+    }
+    Bytes bytes = table;
+    patch(bytes, 2, 2, static_cast<std::uint32_t>((bytes.size() - 6) / 12));
+    bytes.resize(size, 'x');
+    return bytes;
+}
+
+// 65,535 names of one byte.
+Bytes nameIndex(std::size_t size) {
+    return BigEndian().u8(1).u8(0).u8(4).u8(1).u16(0xFFFF).u8(1).padTo(size);
+}
+
+// As many members as wanted, all of one directory whose 36 records name one table.
+Bytes entangled(std::string_view tag, const Bytes& table, std::uint32_t members, bool offsets) {
+    BigEndian file;
+    const std::uint32_t directory = offsets ? 12 + 4 * members : 0;
+    if (offsets) {
+        file.text("ttcf").u32(0x00010000).u32(members);
+    }
+    for (std::uint32_t i = 0; offsets && i < members; ++i) {
+        file.u32(directory);
+    }
+    file.u32(0x00010000).u16(kMostTables).u16(0).u16(0).u16(0);
+    for (std::uint32_t i = 0; i < kMostTables; ++i) {
+        file.text(tag).u32(0).u32(directory + 12 + kMostTables * 16).u32(tag == "name" ? 12 : 4);
+    }
+    return file.append(table);
+}
+
+std::uint64_t bytesKept(const boost::ptr_vector<OxFont>& fonts) {
+    std::uint64_t bytes = 0;
+    for (const OxFont& font : fonts) {
+        bytes += SuitcaseBudget::sizeOf(font);
+    }
+    return bytes;
+}
+
+// What this process has read so far.
+std::uint64_t bytesRead() {
+    std::ifstream file("/proc/self/io");
+    std::string key;
+    std::uint64_t value = 0;
+    file >> key >> value;
+    return value;
+}
+
+struct Hostile {
+    const char* name;
+    const char* fileName;
+    Bytes bytes;
+};
+
+std::vector<Hostile> hostileFonts() {
+    constexpr std::size_t kMegabyte = 1'000'000;
+    const auto otf = [](std::string_view tag, const Bytes& table) {
+        return entangled(tag, table, 1, false);
+    };
+    const auto ttc = [](std::string_view tag, const Bytes& table, std::uint32_t members) {
+        return entangled(tag, table, members, true);
+    };
+    const Bytes resource = ttc("kern", emptySubtables(56'000), 4000);
+    const auto dfont = ResourceForkBuilder()
+                           .add("FOND", 1, FondBuilder{{{0, 0, 4}}, {}, {}}.build())
+                           .add("sfnt", 4, resource)
+                           .build();
+    return {
+        {"empty subtables", "a.otf", otf("kern", emptySubtables(kMegabyte))},
+        {"names", "a.otf", otf("name", longNames(kMegabyte))},
+        {"name indexes", "a.otf", otf(std::string_view("\0cff", 4), nameIndex(140'000))},
+        {"few members", "a.ttc", ttc("kern", emptySubtables(56'000), 16)},
+        {"many members", "a.ttc", ttc("kern", emptySubtables(56'000), 100'000)},
+        {"members that stand", "a.ttc", ttc("kern", standingClasses(5'000), 4096)},
+        {"members' names", "a.ttc", ttc("name", longNames(80'000), 4096)},
+        {"resources", "a.dfont", dfont},
+    };
+}
+
+FontList parse(const Hostile& font) {
+    const TemporaryFolder folder;
+    const boost::filesystem::path file = folder.write(font.fileName, font.bytes);
+    if (file.extension() == ".dfont") {
+        return FontList(OxParserDfontImp().parseFontFile(file));
+    }
+    if (file.extension() == ".ttc") {
+        return FontList(OxParserTrueTypeCollectionImp(0).parseFontFile(file));
+    }
+    OxParserOpenTypeImp parser(0);
+    FontList fonts(parser.parseFontFile(file));
+    for (const std::string& name : parser.fontNames()) {
+        EXPECT_LE(name.size(), 255u);
+    }
+    EXPECT_LE(parser.fontNames().size(), 5u * 65536);
+    return fonts;
+}
+
+TEST(BoundedWork, EntangledDirectoriesKeepWithinAMultipleOfTheirSize) {
+    for (const Hostile& font : hostileFonts()) {
+        const FontList fonts = parse(font);
+        ASSERT_FALSE(fonts->empty()) << font.name;
+        const std::uint64_t kept = bytesKept(*fonts);
+        EXPECT_LE(kept, 32 * font.bytes.size() + (std::uint64_t{40} << 20)) << font.name;
+        EXPECT_EQ(diagnosticLines(fonts->back()).back(), kEntangled) << font.name;
+    }
+}
+
+TEST(BoundedWork, EveryTableByItselfIsReadWhole) {
+    SfntBuilder font = SfntBuilder::goodFont();
+    font.table("kern", emptySubtables(4 + 14 * 65535));
+    font.table("name", longNames(900'000));
+    const FontList fonts = parse({"", "a.otf", font.build()});
+    const auto lines = diagnosticLines(fonts->front());
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "warning 11803 Invalid kerning subtable"),
+              65535);
+    EXPECT_THAT(lines, Not(Contains(kEntangled)));
+}
+
+TEST(BoundedWork, ChunksThatAllNameTheDataForkReadItOnce) {
+    constexpr int kChunks = 2000;
+    const TemporaryFolder folder;
+    const std::vector<std::pair<int, std::string>> chunks(kChunks, {4, ""});
+    MacBinaryOptions options;
+    options.type = "LWFN";
+    options.dataFork = Bytes(1 << 20, 'x');
+    const auto file = folder.write("AcmeBol", macBinary(postChunks(chunks).build(), options));
+    const std::uint64_t before = bytesRead();
+    const FontList fonts(OxParserPSOutlineImp().parseFontFile(file));
+    EXPECT_LE(bytesRead() - before, 8u << 20);
+    const auto lines = diagnosticLines(fonts->front());
+    EXPECT_EQ(
+        std::count(lines.begin(), lines.end(), "error 0 Corrupt Font:  No program in data fork"),
+        kChunks);
+}
+
+TEST(BoundedWork, ALongLineIsScannedOnce) {
+    std::string line;
+    while (line.size() < 8u << 20) {
+        line += "abc,";
+    }
+    set_line(line.c_str());
+    std::size_t tokens = 0;
+    for (get_next_token(); tokentype != kTokenEndOfLine; get_next_token()) {
+        ++tokens;
+        ++iIndex;
+    }
+    EXPECT_EQ(tokens, line.size() / 4);
+    set_line(nullptr);
+}
+
+}  // namespace
