@@ -266,7 +266,8 @@ bool ForkSearch::offerAppleDouble(ForkPlace place, std::shared_ptr<const ForkFil
     }
     const std::vector<std::uint8_t> header = file->read(0, *size);
     const auto layout = appledouble::readHeader(ByteView(header), file->size(), strictness);
-    if (!layout) {
+    // AppleSingle is a whole file of its own, never the sidecar of another.
+    if (!layout || (layout->isSingle && place != ForkPlace::eAppleSingle)) {
         return false;
     }
     if (layout->finderInfo) {

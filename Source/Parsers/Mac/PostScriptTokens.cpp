@@ -84,10 +84,16 @@ std::string PostScriptTokens::string() {
     std::string text;
     std::size_t depth = 1;
     while (!atEnd()) {
-        const char c = program_[position_++];
+        char c = program_[position_++];
         if (c == '\\') {
             appendEscape(text);
             continue;
+        }
+        if (c == '\r') {  // however a line ends, the string holds a line feed
+            c = '\n';
+            if (!atEnd() && current() == '\n') {
+                ++position_;
+            }
         }
         if (c == '(') {
             ++depth;

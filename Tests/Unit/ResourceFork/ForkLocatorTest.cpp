@@ -128,6 +128,7 @@ TEST_F(ForkLocatorTest, DamagedSidecarsAreRefused) {
         return fork(locator, font()) + ", " + finder(locator, font());
     };
     EXPECT_EQ(with(0, 0x00051608), "status -39, status 0");
+    EXPECT_EQ(with(0, 0x00051600), "status -39, status 0");  // AppleSingle is no sidecar
     EXPECT_EQ(with(0, 0x00000000), "status -39, status 0");  // only under .AppleDouble
     EXPECT_EQ(with(4, 0x00030000), "status -39, status 0");
     EXPECT_EQ(with(22, 0x00000000), "status -39, status 0");  // no entries

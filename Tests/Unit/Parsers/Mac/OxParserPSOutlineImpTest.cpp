@@ -188,6 +188,8 @@ TEST(PostScriptTokens, StringsWithNestingAndEscapes) {
     EXPECT_THAT(tokensOf("(a(b)c)(\\(\\)\\\\)(\\101\\0612\\7x)(\\n\\q)"),
                 ElementsAre("s:a(b)c", "s:()\\", "s:A12\ax", "s:\nq"));
     EXPECT_THAT(tokensOf("(a\\\r\nb\\\nc)"), ElementsAre("s:abc"));
+    EXPECT_THAT(tokensOf("(a\rb\r\nc\nd\r)"), ElementsAre("s:a\nb\nc\nd\n"));
+    EXPECT_THAT(tokensOf("(a\r"), ElementsAre("s:a\n"));
     EXPECT_THAT(tokensOf("(open (still"), ElementsAre("s:open (still"));
     EXPECT_THAT(tokensOf("(ends in \\"), ElementsAre("s:ends in "));
 }
