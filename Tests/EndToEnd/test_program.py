@@ -226,8 +226,8 @@ class UsageTest(ProgramTest):
     def test_errors_name_what_is_wrong(self):
         self.write("refused.properties", b"rootCategory=NONSENSE, missing\n")
         for arguments, named in [
-            ([], "no command"),
-            (["frobnicate"], "'frobnicate'"),
+            ([], "no command; the commands are scan, check, import and explain"),
+            (["frobnicate"], "'frobnicate'; the commands are scan, check, import and explain"),
             (["--bogus"], "--bogus"),
             (["scan", "--bogus"], "--bogus"),
             (["scan", "-x"], "-x"),
