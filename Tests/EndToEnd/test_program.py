@@ -229,6 +229,8 @@ class UsageTest(ProgramTest):
             ([], "no command; the commands are scan, check, import and explain"),
             (["frobnicate"], "'frobnicate'; the commands are scan, check, import and explain"),
             (["--bogus"], "--bogus"),
+            (["--format", "jsonl", "scan", "."], "unknown option --format; the commands are"),
+            (["frobnicate", "scan", "."], "unknown command 'frobnicate'"),
             (["scan", "--bogus"], "--bogus"),
             (["scan", "-x"], "-x"),
             (["scan", "--format", "xml", "."], "--format"),

@@ -229,7 +229,9 @@ class CommandLine {
         if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
             return text.substr(0, text.find(':')) + " needs a value";
         }
-        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+        // No command, or words before it.
+        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr &&
+            dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
             return text;
         }
         const std::string first = count < 2 ? "" : arguments[1];
