@@ -45,8 +45,15 @@ bool isReadWhole(const fs::path& file) {
 
 enum class FoundryFile { Names, Codes };
 
+// Held while lists are loaded: who finds a list loaded must find all of it.
+std::mutex& loadingLists() {
+    static auto& mutex = *new std::mutex;
+    return mutex;
+}
+
 // Whether a coordinator must load this list: not when one has done so and the file is the same.
 // A host that makes many coordinators would otherwise grow the lists without changing an answer.
+// With loadingLists() held.
 bool notLoadedYet(FoundryFile kind, const fs::path& file) {
     struct stat status;
     if (::stat(file.c_str(), &status) != 0) {
@@ -54,9 +61,7 @@ bool notLoadedYet(FoundryFile kind, const fs::path& file) {
     }
     using Version = std::tuple<off_t, time_t, long>;
     static auto& loaded = *new std::map<std::pair<FoundryFile, std::string>, Version>;
-    static auto& mutex = *new std::mutex;
     const Version version(status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
-    const std::lock_guard lock(mutex);
     const auto [entry, isNew] = loaded.try_emplace({kind, fs::absolute(file).string()}, version);
     if (!isNew && entry->second == version) {
         return false;
@@ -147,6 +152,7 @@ void OxParser::loadFoundryList(const fs::path& foundryNames, const fs::path& fou
     // The spelling is what log readers look for.
     logChannel().info("foundyCodeListPath:  %s", foundryCodes.string());
     logChannel().info("foundyCodeListPath:  %s", foundryNames.string());
+    const std::lock_guard lock(loadingLists());
     if (notLoadedYet(FoundryFile::Codes, foundryCodes)) {
         theFoundries.LoadFoundryCodes(foundryCodes.string());
     }
@@ -158,6 +164,7 @@ void OxParser::loadFoundryList(const fs::path& foundryNames, const fs::path& fou
 void OxParser::loadFoundryList() {
     const fs::path names = libraryResource("foundrylist", "txt");
     const fs::path codes = libraryResource("foundrycodelist", "txt");
+    const std::lock_guard lock(loadingLists());
     const bool namesWanted = notLoadedYet(FoundryFile::Names, names);
     const bool codesWanted = notLoadedYet(FoundryFile::Codes, codes);
     if (namesWanted && codesWanted) {

@@ -226,9 +226,11 @@ class UsageTest(ProgramTest):
     def test_errors_name_what_is_wrong(self):
         self.write("refused.properties", b"rootCategory=NONSENSE, missing\n")
         for arguments, named in [
-            ([], "no command"),
-            (["frobnicate"], "'frobnicate'"),
+            ([], "no command; the commands are scan, check, import and explain"),
+            (["frobnicate"], "'frobnicate'; the commands are scan, check, import and explain"),
             (["--bogus"], "--bogus"),
+            (["--format", "jsonl", "scan", "."], "unknown option --format; the commands are"),
+            (["frobnicate", "scan", "."], "unknown command 'frobnicate'"),
             (["scan", "--bogus"], "--bogus"),
             (["scan", "-x"], "-x"),
             (["scan", "--format", "xml", "."], "--format"),

@@ -229,15 +229,16 @@ class CommandLine {
         if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
             return text.substr(0, text.find(':')) + " needs a value";
         }
-        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+        // No command, or words before it.
+        if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr &&
+            dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
             return text;
         }
         const std::string first = count < 2 ? "" : arguments[1];
-        const std::string choices = "; the commands are scan, check and explain";
         return (first.empty()            ? "no command"
                 : first.starts_with('-') ? "unknown option " + first
                                          : "unknown command '" + first + "'") +
-               choices;
+               "; the commands are " + commandNames();
     }
 
   private:
@@ -246,6 +247,16 @@ class CommandLine {
         Runner runner;
         Options options;
     };
+
+    // "a, b and c".
+    std::string commandNames() const {
+        std::string names;
+        for (const auto& entry : entries_) {
+            const bool isLast = entry == entries_.back();
+            names += (names.empty() ? "" : isLast ? " and " : ", ") + entry->command->get_name();
+        }
+        return names;
+    }
 
     Entry& add(const std::string& name, const std::string& description,
                const std::string& arguments, const Runner& runner, const std::string& footer) {

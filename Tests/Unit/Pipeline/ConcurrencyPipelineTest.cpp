@@ -1,15 +1,22 @@
 // Host and pipeline on different threads; the suite that thread checkers run.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <boost/thread/thread.hpp>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <locale>
 #include <memory>
 #include <random>
+#include <string>
 #include <thread>
 
+#include "FontFoundryList.h"
 #include "OxParser.h"
 #include "ScanHost.h"
 #include "SfntBuilder.h"
@@ -227,6 +234,7 @@ TEST_F(ConcurrencyPipeline, HostsOfEveryKindGetTheirCompletion) {
                                               : ScriptedParser::oneRecord(file);
         });
         parser->setTolerantWalk(random() % 2 == 0);
+        parser->setLookAhead(random() % 3);
         const unsigned empty = random() % 16;
         const unsigned thrower = random() % 8;
         const bool isSlow = random() % 8 == 0;
@@ -276,6 +284,32 @@ TEST_F(ConcurrencyPipeline, HostsOfEveryKindGetTheirCompletion) {
             ASSERT_EQ(seen, kFiles - 1) << round;
         }
     }
+}
+
+TEST_F(ConcurrencyPipeline, FindsAListThatIsBeingLoadedWhole) {
+    // A pipe: the first coordinator is in the middle of its list for as long as this test
+    // wants.
+    const fs::path names = folder.path() / "names";
+    ASSERT_EQ(::mkfifo(names.c_str(), 0600), 0);
+    struct stat made;
+    ASSERT_EQ(::stat(names.c_str(), &made), 0);
+    const auto foundryOfANewCoordinator = [&names] {
+        const OxParser parser(names, kNoList);
+        return theFoundries.FindFoundryFromCopyright("Drawn by Piped Letters, 1990");
+    };
+    auto first = std::async(std::launch::async, foundryOfANewCoordinator);
+    const int pipe = ::open(names.c_str(), O_WRONLY);
+    ASSERT_GE(pipe, 0);
+    auto second = std::async(std::launch::async, foundryOfANewCoordinator);
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+
+    const std::string line = "Piped Letters\n";
+    EXPECT_EQ(::write(pipe, line.data(), line.size()), static_cast<ssize_t>(line.size()));
+    const timespec times[] = {made.st_atim, made.st_mtim};
+    EXPECT_EQ(::futimens(pipe, times), 0) << "writing must not make it another list";
+    ::close(pipe);
+    EXPECT_EQ(first.get(), "Piped Letters");
+    EXPECT_EQ(second.get(), "Piped Letters");
 }
 
 }  // namespace
