@@ -1,7 +1,7 @@
-// What the look for forks adds to the scan of a folder of ordinary files, which no parser takes:
-// the scan's time over the time that is left when the look-ups, measured turn by turn with the
-// scans, are taken off. Usage: fork_lookup_benchmark [FILES]
-#include <stdlib.h>
+// What the look for forks adds to a scan: the scan's time over the time that is left when the
+// look-ups, measured turn by turn with the scans, are taken off. Once in a folder of documents,
+// where each file is looked at and nothing else is done, and once in a folder of fonts with a
+// document for every twenty. Usage: fork_lookup_benchmark [FILES]
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,22 +16,34 @@
 
 #include "OxParser.h"
 #include "OxParserSuitcaseImp.h"
+#include "SfntBuilder.h"
+#include "Support.h"
 
 namespace {
 
 namespace fs = boost::filesystem;
 
-// Some files for each kind of name that a folder of documents holds.
-std::vector<fs::path> makeFiles(const fs::path& folder, int count) {
+// Every so many files is a document, the others are fonts. Answers the documents.
+std::vector<fs::path> makeFiles(const fs::path& folder, int count, int every) {
     constexpr const char* kExtensions[] = {".txt", ".jpg", ".pdf", ".html", ""};
-    std::vector<fs::path> files;
+    const Bytes font = SfntBuilder::goodFont().table("glyf", Bytes(20000)).build();
+    const Bytes document(1000, 'x');
+    std::vector<fs::path> documents;
     for (int i = 0; i < count; ++i) {
-        files.push_back(folder / ("ordinary file " + std::to_string(i) + kExtensions[i % 5]));
-        fs::ofstream(files.back(), std::ios::binary) << std::string(1000, 'x');
+        const bool plain = i % every == 0;
+        const fs::path file =
+            folder / ("file " + std::to_string(i) + (plain ? kExtensions[i % 5] : ".ttf"));
+        const Bytes& bytes = plain ? document : font;
+        fs::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        if (plain) {
+            documents.push_back(file);
+        }
     }
     // A folder that changed just now is listed anew for each file.
     ::sleep(1);
-    return files;
+    return documents;
 }
 
 template <typename Work>
@@ -64,28 +76,29 @@ void lookUp(const std::vector<fs::path>& files) {
     }
 }
 
+void measure(const char* what, int count, int every) {
+    constexpr int kRounds = 11;
+    const TemporaryFolder folder;
+    const std::vector<fs::path> documents = makeFiles(folder.path(), count, every);
+    std::vector<double> scans;
+    std::vector<double> lookUps;
+    for (int i = 0; i < kRounds; ++i) {
+        scans.push_back(seconds([&] { scan(folder.path(), count); }));
+        lookUps.push_back(seconds([&] { lookUp(documents); }));
+    }
+    std::sort(scans.begin(), scans.end());
+    std::sort(lookUps.begin(), lookUps.end());
+    const double whole = scans[kRounds / 2];
+    const double looking = lookUps[kRounds / 2];
+    std::printf("%s: median scan %.1f us a file, look-up %.1f us; with look-ups / without %.3f\n",
+                what, 1e6 * whole / count, 1e6 * looking / static_cast<double>(documents.size()),
+                whole / (whole - looking));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    constexpr int kRounds = 11;
     const int count = argc > 1 ? std::atoi(argv[1]) : 20000;
-    char name[] = "/tmp/fork-lookups-XXXXXX";
-    if (::mkdtemp(name) == nullptr) {
-        std::perror("mkdtemp");
-        return 1;
-    }
-    const fs::path folder = name;
-    const std::vector<fs::path> files = makeFiles(folder, count);
-    std::vector<double> ratios;
-    for (int i = 0; i < kRounds; ++i) {
-        const double whole = seconds([&] { scan(folder, count); });
-        const double lookUps = seconds([&] { lookUp(files); });
-        std::printf("scan %.1f us a file, look-ups %.1f us a file\n", 1e6 * whole / count,
-                    1e6 * lookUps / count);
-        ratios.push_back(whole / (whole - lookUps));
-    }
-    fs::remove_all(folder);
-    std::sort(ratios.begin(), ratios.end());
-    std::printf("scan with look-ups / without, time: min %.3f median %.3f max %.3f\n",
-                ratios.front(), ratios[ratios.size() / 2], ratios.back());
+    measure("documents", count, 1);
+    measure("fonts", count, 20);
 }
