@@ -41,7 +41,7 @@ std::vector<FolderListing::Entry> readEntries(int descriptor) {
     const std::unique_ptr<DIR, int (*)(DIR*)> closer(stream, ::closedir);
     while (const dirent* entry = ::readdir(stream)) {
         const bool maybeLink = entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN;
-        entries.push_back({entry->d_name, maybeLink});
+        entries.push_back({entry->d_name, maybeLink, entry->d_type == DT_REG});
     }
     return entries;
 }

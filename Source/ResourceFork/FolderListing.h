@@ -32,6 +32,7 @@ class FolderListing {
     struct Entry {
         std::string name;
         bool maybeLink = false;  // a symbolic link, or the file system does not tell
+        bool isFile = false;     // certainly a regular file
     };
 
     explicit FolderListing(std::vector<Entry> entries);

@@ -99,11 +99,11 @@ ForkSearch::ForkSearch(ForkLocator& locator, const fs::path& file, Wanted wanted
     : locator_(locator), file_(file), wanted_(wanted) {}
 
 std::int16_t ForkSearch::run() {
+    findSpots();
     const std::int16_t status = lookAtFile();
     if (status != noErr) {
         return status;
     }
-    findSpots();
     for (const ForkProbe& probe : forkProbes()) {
         if (done()) {
             break;
@@ -118,12 +118,23 @@ std::int16_t ForkSearch::run() {
 }
 
 std::int16_t ForkSearch::lookAtFile() {
+    // A scan asks for the Finder information of every file that no other parser takes: what the
+    // listing tells is not asked again.
+    if (!wanted_.fork && isListedFile()) {
+        return noErr;
+    }
     struct stat status;
     if (::stat(file_.c_str(), &status) != 0) {
         return statusOfErrno(errno);
     }
-    fileSize_ = static_cast<std::uint64_t>(status.st_size);
+    isEmpty_ = status.st_size == 0;
     return S_ISREG(status.st_mode) ? noErr : fnfErr;
+}
+
+bool ForkSearch::isListedFile() const {
+    const Spot& asked = spots_.back();
+    const FolderListing::Entry* entry = asked.listing->find(asked.name);
+    return entry != nullptr && entry->isFile && entry->name == asked.name;
 }
 
 void ForkSearch::findSpots() {
@@ -171,13 +182,13 @@ std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
 std::shared_ptr<const ForkFile> ForkSearch::content() {
     if (!contentOpened_) {
         contentOpened_ = true;
-        if (fileSize_ == 0 || fileSize_ >= kTooLargeToRead) {
+        if (isEmpty_) {
             return nullptr;
         }
         const ForkFile::Opened opened = ForkFile::open(file_, ForkFile::Links::eFollow);
         note(opened.status);
-        content_ = opened.file;
-        if (content_) {
+        if (opened.file && opened.file->size() != 0 && opened.file->size() < kTooLargeToRead) {
+            content_ = opened.file;
             contentStart_ = content_->read(0, kContentStart);
         }
     }

@@ -121,6 +121,7 @@ class ForkSearch {
     enum class Rank { eNone, eDamaged, ePlaceholder, ePlausible };
 
     std::int16_t lookAtFile();
+    bool isListedFile() const;
     void findSpots();
     bool done() const { return !wantsFork() && !wantsFinderInfo(); }
     void note(std::int16_t status);
@@ -129,7 +130,7 @@ class ForkSearch {
     ForkLocator& locator_;
     boost::filesystem::path file_;
     Wanted wanted_;
-    std::uint64_t fileSize_ = 0;
+    bool isEmpty_ = false;  // known to hold nothing
     std::vector<Spot> spots_;
     std::optional<std::vector<std::string>> attributes_;
     bool contentOpened_ = false;

@@ -1,20 +1,18 @@
 #!/usr/bin/env python3
-"""Compares the program's records of real PFB and PFM files with what this script reads from the same
-bytes. Usage: compare_type1.py PROGRAM [--at-least N] FOLDER...
+"""Compares the program's records of real PFB and PFM files with what this script reads from the
+same bytes. Usage: compare_type1.py PROGRAM [--at-least N] FOLDER...
 
 A PFB's clear text is split at carriage returns: a file whose lines end in line feeds has no names.
-The script prints how many headers end their lines in which way.
+It is counted how many headers end their lines in which way.
 """
 
-import argparse
-import collections
 import hashlib
-import json
 import os
 import re
 import struct
-import subprocess
 import sys
+
+import records as shared
 
 NAMES = {"Fullname": rb"/FullName[^(]*\((.*)\)", "Familyname": rb"/FamilyName[^(]*\((.*)\)",
          "Version": rb"/version[^(]*\((.*)\)", "Copyright": rb"/Notice[^(]*\((.*)\)",
@@ -52,28 +50,21 @@ PFM_RULES = [
 ]
 
 
-def shown(raw):
-    try:
-        return raw.decode("utf-8")
-    except UnicodeDecodeError:
-        return raw.decode("latin-1")
-
-
 def line_ends(text):
     if b"\r\n" in text:
         return "CRLF"
     return "CR" if b"\r" in text else "LF"
 
 
-def expected_pfb(data, ends):
+def expected_pfb(data, comparison):
     start = data[:2047].find(b"%!PS")
     values = dict.fromkeys(NAMES, "")
     if start < 0:
-        ends["no %!PS"] += 1
+        comparison.count("PFB headers without %!PS")
         return values
     text = data[start:].split(b"\0")[0].split(b"eexec")[0]
     kind = line_ends(text)
-    ends[kind] += 1
+    comparison.count(f"PFB headers with {kind}")
     if kind == "LF":
         return values
     limit = len(text.split(b"\r")[0]) - 1
@@ -84,7 +75,7 @@ def expected_pfb(data, ends):
         for key, pattern in NAMES.items():
             found = re.match(pattern, line[indent:], re.S)
             if found:
-                values[key] = shown(found.group(1)[:255 if key == "Copyright" else 254])
+                values[key] = shared.shown(found.group(1)[:255 if key == "Copyright" else 254])
     return values
 
 
@@ -95,43 +86,28 @@ def expected_pfm(data):
             if wrong(struct.unpack_from(form, data, offset)[0], len(data))]
 
 
-def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("program")
-    parser.add_argument("folders", nargs="+")
-    parser.add_argument("--at-least", type=int, default=1)
-    options = parser.parse_args()
-    lines = subprocess.run([options.program, "scan", "--format", "jsonl", *options.folders],
-                           stdout=subprocess.PIPE, check=True).stdout
-    compared = collections.Counter()
-    ends = collections.Counter()
-    wrong = []
-    for line in lines.splitlines():
-        record = json.loads(line)
-        if record["record"] != "font":
-            continue
-        extension = os.path.splitext(record["file"])[1].lower()
-        if extension not in (".pfb", ".pfm"):
-            continue
-        data = open(record["file"], "rb").read()
-        attributes = record["attributes"]
-        compared[extension] += 1
-        found = {key: attributes.get(key) for key in NAMES}
-        diagnostics = [(d["type"], d["code"]) for d in record["diagnostics"]]
-        if extension == ".pfb":
-            pairs = [(found, expected_pfb(data, ends)), (diagnostics, [])]
-        else:
-            pairs = [(diagnostics, expected_pfm(data))]
-            if len(data) > 198:
-                pairs.append((attributes.get("Italic"), "true" if data[80] & 1 else "false"))
-        if extension == ".pfb" or len(data) > 198:
-            pairs.append((attributes.get("FingerPrint"), hashlib.md5(data).hexdigest()))
-        wrong += [f"{record['file']}: found {f!r}, expected {e!r}" for f, e in pairs if f != e]
-    print("\n".join(wrong))
-    print("line ends of PFB headers:", dict(ends))
-    print(f"{dict(compared)} compared, {len(wrong)} differences")
-    return 1 if wrong or sum(compared.values()) < options.at_least else 0
+def compare_file(comparison, path, records):
+    extension = os.path.splitext(path)[1].lower()
+    if extension not in (".pfb", ".pfm"):
+        return
+    data = open(path, "rb").read()
+    comparison.equal(path, "number of records", len(records), 1)
+    comparison.count(extension)
+    attributes = records[0]["attributes"]
+    diagnostics = [(d["type"], d["code"]) for d in records[0]["diagnostics"]]
+    if extension == ".pfb":
+        comparison.equal(path, "names", {key: attributes.get(key) for key in NAMES},
+                         expected_pfb(data, comparison))
+        comparison.equal(path, "diagnostics", diagnostics, [])
+    else:
+        comparison.equal(path, "diagnostics", diagnostics, expected_pfm(data))
+        if len(data) <= 198:
+            return
+        comparison.equal(path, "Italic", attributes.get("Italic"),
+                         "true" if data[80] & 1 else "false")
+    comparison.equal(path, "FingerPrint", attributes.get("FingerPrint"),
+                     hashlib.md5(data).hexdigest())
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(shared.run(compare_file))

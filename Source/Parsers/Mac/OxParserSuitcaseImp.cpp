@@ -156,11 +156,14 @@ void OxParserSuitcaseImp::walk(const fs::path& file, FontList& fonts) {
 }
 
 bool OxParserSuitcaseImp::isSuitcase(const char* path) {
+    if (path == nullptr) {
+        return false;
+    }
     try {
+        // Asked of every file that no other parser takes. FSPathMakeRef would ask for the file's
+        // status, which the catalog information does anyway.
         FSRef file;
-        if (FSPathMakeRef(path, &file) != noErr) {
-            return false;
-        }
+        file.path = path;
         FSCatalogInfo info;
         FSRefParam block;
         block.ref = &file;

@@ -2,20 +2,29 @@
 // compile or link here. Behaviour is tested elsewhere.
 #include <oxparser/ErrorCatalogue.h>
 #include <oxparser/FontFoundryList.h>
+#include <oxparser/ForkLocator.h>
 #include <oxparser/FoundryName.h>
 #include <oxparser/Keywords.h>
 #include <oxparser/OxFontComparer.h>
 #include <oxparser/OxFontImporter.h>
 #include <oxparser/OxFontSuitcaseMover.h>
+#include <oxparser/OxFontUtilitiesMac.h>
 #include <oxparser/OxParser.h>
+#include <oxparser/OxParserDfontImp.h>
 #include <oxparser/OxParserOpenTypeImp.h>
 #include <oxparser/OxParserPFBImp.h>
 #include <oxparser/OxParserPFMImp.h>
+#include <oxparser/OxParserPSOutlineImp.h>
+#include <oxparser/OxParserPostscriptImp.h>
+#include <oxparser/OxParserSuitcaseImp.h>
 #include <oxparser/OxParserTrueTypeCollectionImp.h>
 #include <oxparser/OxParserTrueTypeImp.h>
+#include <oxparser/OxParserTrueTypeMacImp.h>
 #include <oxparser/PfbHeader.h>
+#include <oxparser/ResourceManager.h>
 #include <oxparser/TokenScanner.h>
 
+#include <boost/filesystem/operations.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
@@ -185,6 +194,124 @@ void nameParsers() {
     static_cast<void>(&OxParserPFMImp::check_T1_extTextMetrics);
 }
 
+constexpr ResType kFamilyType = 0x464F4E44;
+
+// Writes a suitcase with one family and looks at it through every operation.
+void nameResourceFiles(const Path& folder) {
+    HFSUniStr255 resourceFork, dataFork;
+    FSRef parent, file;
+    FSCatalogInfo info;
+    info.finderInfo = FinderInfo::of(0x4646494C, 0x444D4F56);
+    std::int16_t number = -1;
+    const std::int16_t saved = CurResFile();
+    require(FSGetResourceForkName(&resourceFork) == noErr &&
+                FSGetDataForkName(&dataFork) == noErr &&
+                FSPathMakeRef(folder.c_str(), &parent) == noErr &&
+                FSCreateResourceFile(&parent, "Names", info, resourceFork, &file) == noErr &&
+                FSOpenResourceFile(&file, resourceFork, fsRdWrPerm, &number) == noErr &&
+                CurResFile() == number,
+            "new resource file");
+    const Handle added = NewHandle(60);
+    AddResource(added, kFamilyType, 128, reinterpret_cast<const std::uint8_t*>("\4Acme"));
+    WriteResource(added);
+    UpdateResFile(number);
+    CloseResFile(number);
+
+    const Path path = folder / "Names";
+    FSRefParam block;
+    block.ref = &file;
+    block.catInfo = &info;
+    require(FSPathMakeRef(path.c_str(), &file) == noErr &&
+                FSGetCatalogInfo(&file, &info) == noErr && PBGetCatalogInfoSync(&block) == noErr &&
+                info.fileType() == 0x4646494C && info.fileCreator() == 0x444D4F56 && !info.isFolder,
+            "catalog information");
+    require(FSOpenResourceFile(&file, resourceFork, fsRdPerm, &number) == noErr, "open");
+    const Handle family = Get1IndResource(kFamilyType, 1);
+    std::int16_t id = 0;
+    ResType type = 0;
+    Str255 name = {};
+    GetResInfo(family, &id, &type, name);
+    HLock(family);
+    require(family == Get1Resource(kFamilyType, 128) && Count1Resources(kFamilyType) == 1 &&
+                GetHandleSize(family) == 60 && handleBytes(family).size() == 60 && id == 128 &&
+                type == kFamilyType && name[0] == 4 && ResError() == noErr,
+            "resources");
+    HUnlock(family);
+    CloseResFile(number);
+    UseResFile(saved);
+    require(CurResFile() == saved, "current file");
+    DisposeHandle(NewHandle(0));
+    DiscardResFile(-1);
+    ForkLocator locator;
+    require(locator.resourceFork(path).status == noErr && !locator.hasForkOutsideFile(path) &&
+                locator.finderInfo(path).place == ForkPlace::eMacBinary,
+            "fork location");
+
+    OxParserSuitcaseImp suitcase;
+    require(suitcase.isSuitcase(path.c_str()), "suitcase");
+    delete suitcase.validate(path);
+    boost::filesystem::remove(path);
+}
+
+void nameMacUtilities() {
+    using Mac = OxFontUtilitiesMac;
+    OxFont font;
+    require(!Mac::validateFOND(font, 1) && Mac::validateAssoc(font, -1, 0) &&
+                !Mac::isSystemFont(font) && Mac::isValidTrueType(nullptr),
+            "validation");
+    require(Mac::isMultipleMasterStem("%M_") && Mac::isMultipleMasterFond("AMM") &&
+                Mac::getMMFamilyName("AcmeMM") == "Acme",
+            "multiple masters");
+    std::string text = "Acme_400";
+    Mac::stripMultipleMasterEncoding(text);
+    require(text == "Acme", "multiple master encoding");
+    std::string fileName, base;
+    Mac::MakeName(fileName, "Helvetica", true);
+    const StyleTable styles{ZeroPaddedView(ByteView())};
+    const NameTable names = Mac::GetStyleNamingTableFromStyleMappingTable(&styles);
+    Mac::GetBaseFamilyNameFromStyleTable(styles, base);
+    Mac::GetNamesForStyle(styles, base, fileName, 0);
+    const unsigned char pascal[256] = {1, 'A'};
+    require(fileName == "Helve" && Mac::GetNumStyleNames(names) == 0 &&
+                !Mac::NthStyleName(names, 1) && Mac::convertMacRomanToUTF8(pascal) == "A" &&
+                Mac::convertMacRomanToUTF8("A", 1) == "A",
+            "names");
+    static_cast<void>(&Mac::GetFondStyleMappingTable);
+}
+
+void nameMacParsers() {
+    const Path missing("/missing");
+    const AsscEntry entry = {};
+    OxParserTrueTypeMacImp outline;
+    OxParserPostscriptImp strike;
+    OxParserPSOutlineImp printerFont;
+    OxParserDfontImp dfont;
+    OxParserSuitcaseImp suitcase;
+    OxFont font;
+    static_cast<void>(&OxParserPostscriptImp::parseFont);
+    for (FontList* fonts :
+         {outline.parseFont(missing, nullptr, &entry, 1), dfont.parseFont(missing, nullptr, &entry),
+          printerFont.parseFontFile(missing), dfont.validate(missing),
+          suitcase.validate(missing)}) {
+        delete fonts;
+    }
+    require(!outline.validateAssoc(font, &entry) && strike.validateAssoc(font, &entry) &&
+                !suitcase.isSuitcase("/missing"),
+            "associations");
+    outline.setAttributes(missing, &font, nullptr, nullptr);
+    strike.setAttributes(missing, font, nullptr, nullptr);
+    FontList fonts, families;
+    require(!strike.fondIsT1TT(&fonts) && !suitcase.fondIsT1TT(&fonts), "mixed lists");
+    suitcase.addUniqueFont(&fonts, font);
+    suitcase.addUniqueFonts(&fonts, new FontList);
+    delete suitcase.collectMultipleMasterFonts(fonts);
+    suitcase.addMultipleMasterFont(families, &font);
+    suitcase.addMultipleMasterStemResources(&font);
+    require(fonts.size() == 1 && OxParserPSOutlineImp::lookupSymbol("/fontname", kSymbols, 8,
+                                                                    sizeof(SymbolMapping)) == 4,
+            "lists and symbols");
+}
+
 void namePipeline() {
     OxQueue<int> queue;
     queue.push(1);
@@ -287,5 +414,8 @@ int main() {
     nameRecord();
     namePlainFunctions();
     nameParsers();
+    nameMacUtilities();
+    nameMacParsers();
+    nameResourceFiles(boost::filesystem::current_path());
     namePipeline();
 }

@@ -594,33 +594,4 @@ TEST_F(ForkLocatorTest, SidecarsOfExistingFilesAreRecognised) {
     EXPECT_FALSE(ForkLocator::isSidecarFolder(".HSancillary"));
 }
 
-// Damages each kind of container; whatever comes out, nothing is read outside of it.
-TEST_F(ForkLocatorTest, SurvivesMutatedContainers) {
-    const Bytes fork = forkNamed("f");
-    const Bytes containers[] = {appleDouble("FFIL", "DMOV", fork), macBinary(fork), binHex(fork),
-                                finderDat({{"Font", "FONT       ", "FFIL", "DMOV"}}, 512)};
-    std::uint32_t seed = 1;
-    int found = 0;
-    for (int i = 0; i < 2000; ++i) {
-        const auto below = [&](std::size_t limit) {
-            seed = seed * 1664525 + 1013904223;
-            return (seed >> 8) % limit;
-        };
-        Bytes bytes = containers[below(std::size(containers))];
-        for (std::size_t n = below(3); n > 0; --n) {
-            bytes[below(std::min<std::size_t>(bytes.size(), 140))] =
-                static_cast<std::uint8_t>(below(2) == 0 ? 0xFF : below(256));
-        }
-        if (below(4) == 0) {
-            bytes.resize(below(bytes.size()));
-        }
-        const char* const names[] = {"Font", "._Font", ".AppleDouble/Font", "FINDER.DAT"};
-        write(names[below(std::size(names))], bytes);
-        ForkLocator locator;
-        locator.finderInfo(font());
-        found += locator.resourceFork(font()).status == noErr;
-    }
-    EXPECT_GT(found, 100);
-}
-
 }  // namespace

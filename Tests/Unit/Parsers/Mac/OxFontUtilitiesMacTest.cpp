@@ -5,6 +5,7 @@
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
+#include "OxParserPostscriptImp.h"
 
 namespace {
 
@@ -152,6 +153,14 @@ TEST_F(ValidateAssoc, BordersOfStrikes) {
         const bool sizeKnown = c.text == nullptr || std::string(c.text) != "Invalid NFNT size";
         EXPECT_EQ(fresh.getAttribute(eFntSize),
                   sizeKnown ? std::to_string(c.data.size()) : std::string());
+
+        // The parser's own check records only what it has found.
+        OxFont record;
+        const AsscEntry entry{9, 0, 7};
+        EXPECT_EQ(OxParserPostscriptImp().validateAssoc(record, &entry), c.text == nullptr);
+        EXPECT_EQ(diagnosticLines(record), diagnosticLines(fresh));
+        EXPECT_EQ(record.attributes(), fresh.attributes());
+        EXPECT_THAT(record.resources(), ElementsAre(Pair(kNfntType, 7)));
     }
 }
 

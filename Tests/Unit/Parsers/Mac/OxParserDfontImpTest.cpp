@@ -3,11 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <memory>
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
+#include "OxParser.h"
 #include "OxParserSuitcaseImp.h"
+#include "ScanHost.h"
 #include "SfntBuilder.h"
 
 namespace {
@@ -153,6 +157,50 @@ TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
     EXPECT_THAT(fonts.front().diagnostics(), IsEmpty());
     EXPECT_THAT(diagnosticLines(fonts.back()),
                 ElementsAre("error 0 Font data is too entangled to check"));
+}
+
+struct Footprint {
+    long openFiles;
+    long kilobytes;
+};
+
+Footprint footprint() {
+    namespace fs = boost::filesystem;
+    std::ifstream statm("/proc/self/statm");
+    long pages = 0;
+    statm >> pages >> pages;
+    const auto files =
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    return {files, pages * 4};
+}
+
+TEST_F(Dfont, TenThousandInOneScanTakeNoMoreThanAThousand) {
+    constexpr int kFiles = 10000;
+    const auto first = folder.write("0.dfont", ResourceForkBuilder()
+                                                   .add("FOND", 1, family({{0, 0, 4}, {0, 0, 4}}))
+                                                   .add("sfnt", 4, outline("A", 20000))
+                                                   .build());
+    for (int i = 1; i < kFiles; ++i) {
+        boost::filesystem::create_hard_link(first, folder.path() / (std::to_string(i) + ".dfont"));
+    }
+    OxParser scan(folder.path(), "", "");
+    Footprint early{}, late{};
+    int records = 0;
+    scan.fontProgressCallbacks.push_back([&](int, int, const boost::shared_ptr<OxFont>&) {
+        if (++records == kFiles / 5) {
+            early = footprint();
+        } else if (records == 2 * kFiles) {
+            late = footprint();
+        }
+    });
+    ScanHost host(scan);
+    host.run();
+    ASSERT_EQ(records, 2 * kFiles);
+    EXPECT_LE(late.openFiles, early.openFiles + 1);
+    // The sanitizers keep freed memory. Some of the growth is what the host notes.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    EXPECT_LT(late.kilobytes, early.kilobytes + 6 * 1024);
+#endif
 }
 
 }  // namespace

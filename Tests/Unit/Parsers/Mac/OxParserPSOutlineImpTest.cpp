@@ -52,19 +52,6 @@ TEST_F(PrinterFont, TheDictionaryFillsTheRecord) {
     EXPECT_THAT(font.diagnostics(), IsEmpty());
 }
 
-TEST_F(PrinterFont, LiesInAnyPlaceThatHoldsForks) {
-    const Bytes fork = postChunks({{1, type1Program()}, {5, ""}}).build();
-    folder.write("A", "");
-    folder.write("._A", appleDouble("LWFN", "ASPF", fork));
-    folder.write("B", "");
-    folder.write(".resource/B", fork);
-    for (const char* name : {"A", "B"}) {
-        EXPECT_EQ(parseFile(folder.path() / name).getAttribute(ePostscriptname), "Acme-Bold");
-    }
-    EXPECT_EQ(parseFile(folder.write("C.hqx", binHex(fork))).getAttribute(ePostscriptname),
-              "Acme-Bold");
-}
-
 TEST_F(PrinterFont, ChunksAreJoinedById) {
     const std::string program = type1Program();
     const std::size_t half = program.find("FamilyName");

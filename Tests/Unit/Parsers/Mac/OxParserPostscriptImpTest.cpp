@@ -35,10 +35,6 @@ class MacPostscript : public testing::Test {
         EXPECT_EQ(fonts->size(), 1u);
         return OxFont(fonts->front());
     }
-    void writePrinterFont(const std::string& name, const Bytes& fork) {
-        folder.write(name, "");
-        folder.write("._" + name, appleDouble("LWFN", "ASPF", fork));
-    }
     TemporaryFolder folder;
 };
 
@@ -68,18 +64,13 @@ TEST_F(MacPostscript, FamilyAndStrikeFillTheRecord) {
                 ElementsAre("error 15310 Missing Printer Font:  HelveBolObl"));
 }
 
-TEST_F(MacPostscript, FontStandsInForNfntAndIsRecordedAlone) {
-    const OxFont font = parse(FondBuilder::helvetica({12, 0, 7}), "Helvetica", "FONT");
-    EXPECT_THAT(font.resources(), ElementsAre(Pair(kFontType, 7), Pair(kFondType, 2000)));
-}
-
-TEST_F(MacPostscript, ABadStrikeEndsTheWork) {
+TEST_F(MacPostscript, StrikesAreRecordedWhereTheyAreFound) {
     const Bytes family = FondBuilder::helvetica({12, 0, 7}).build();
+    EXPECT_THAT(parse(family, "Helvetica", "FONT", strike()).resources(),
+                ElementsAre(Pair(kFontType, 7), Pair(kFondType, 2000)));
     const OxFont small = parse(family, "Helvetica", "NFNT", strike(299));
-    EXPECT_THAT(diagnosticLines(small), ElementsAre("error 0 Corrupt Assoc:  Invalid NFNT size"));
-    EXPECT_EQ(small.attributes().size(), 2u) << "type and foundry";
+    EXPECT_EQ(small.attributes().size(), 2u) << "type and foundry: a bad strike ends the work";
     EXPECT_THAT(small.resources(), ElementsAre(Pair(kNfntType, 7)));
-
     const OxFont missing = parse(family, "Helvetica", "sfnt", {});
     EXPECT_THAT(diagnosticLines(missing),
                 ElementsAre("error 0 Corrupt Assoc:  NULL HFNT Resource"));
@@ -119,7 +110,7 @@ TEST_F(MacPostscript, AFamilyWithoutStyleTableRaises) {
 }
 
 TEST_F(MacPostscript, ThePrinterFontFillsWhatIsEmpty) {
-    writePrinterFont("HelveBol", postChunks({{1, type1Program()}, {5, ""}}).build());
+    folder.write("HelveBol", macBinary(postChunks({{1, type1Program()}, {5, ""}}).build()));
     const OxFont font = parse(FondBuilder::helvetica({12, 1, 7}));
     EXPECT_THAT(font.diagnostics(), IsEmpty());
     EXPECT_EQ(font.getAttribute(eFullname), "Acme (TM) Bold");
@@ -130,6 +121,12 @@ TEST_F(MacPostscript, ThePrinterFontFillsWhatIsEmpty) {
     EXPECT_EQ(font.getAttribute(eFamilyname), "Helvetica");
     EXPECT_EQ(font.getAttribute(eFileName), "Suitcase");
     EXPECT_EQ(font.getFontType(), OxFont::T1);
+
+    folder.write("HelveBolObl", "no fork here");
+    const OxFont damaged = parse(FondBuilder::helvetica({12, 3, 7}));
+    EXPECT_THAT(damaged.diagnostics(), IsEmpty());
+    EXPECT_EQ(damaged.getAttribute(eFullname), "");
+    EXPECT_EQ(damaged.getAttribute(eFoundry), "Unknown");
 }
 
 TEST_F(MacPostscript, OnlyFilesUnderTheExactNameInTheFolderCount) {
@@ -154,14 +151,6 @@ TEST_F(MacPostscript, AnEmptyPrinterNameIsTheFolderWhichExists) {
     EXPECT_THAT(font.diagnostics(), IsEmpty());
     EXPECT_EQ(font.getAttribute(ePostscriptname), "");
     EXPECT_EQ(font.getAttribute(ePrinterFilePath), "");
-    EXPECT_EQ(font.getAttribute(eFoundry), "Unknown");
-}
-
-TEST_F(MacPostscript, ADamagedPrinterFontLeavesTheRecordAsItWas) {
-    folder.write("HelveBol", "no fork here");
-    const OxFont font = parse(FondBuilder::helvetica({12, 1, 7}));
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
-    EXPECT_EQ(font.getAttribute(eFullname), "");
     EXPECT_EQ(font.getAttribute(eFoundry), "Unknown");
 }
 

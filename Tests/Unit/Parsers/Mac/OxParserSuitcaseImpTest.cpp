@@ -8,6 +8,7 @@
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
+#include "OxParserPostscriptImp.h"
 
 namespace {
 
@@ -91,11 +92,6 @@ TEST_F(Suitcase, OneRecordForEachDistinctFont) {
     EXPECT_EQ(fonts[2].getAttribute(eFileName), "Suitcase");
 }
 
-TEST_F(Suitcase, WithoutFamiliesItIsEmpty) {
-    EXPECT_THAT(parse(ResourceForkBuilder().add("sfnt", 4, outline())), IsEmpty());
-    EXPECT_THAT(parse(placeholderFork()), IsEmpty());
-}
-
 TEST_F(Suitcase, DamagedFamiliesYieldARecordEachAndTheWalkGoesOn) {
     Bytes damaged = familyOf({{0, 0, 4}}).build();
     patch(damaged, 4, 2, 256);
@@ -161,7 +157,9 @@ TEST_F(Suitcase, AFamilyWithoutStyleTableEndsTheWalkOnTheLastRecord) {
         << "without a record the text is dropped";
 }
 
-TEST_F(Suitcase, OneThatDoesNotOpenIsEmpty) {
+TEST_F(Suitcase, OneThatDoesNotOpenOrHoldsNoFamilyIsEmpty) {
+    EXPECT_THAT(parse(ResourceForkBuilder().add("sfnt", 4, outline())), IsEmpty());
+    EXPECT_THAT(parse(placeholderFork()), IsEmpty());
     const OpenResources current(ResourceForkBuilder().add("NFNT", 1, {}));
     for (const auto& file :
          {folder.write("plain", "no fork"), folder.path() / "missing", folder.path()}) {
@@ -218,6 +216,7 @@ TEST_F(Suitcase, ListsOfUniqueFonts) {
     parser.addUniqueFonts(&fonts, source.release());
     EXPECT_THAT(names(fonts), ElementsAre("T1 A", "TT A", "T1 B"));
     EXPECT_TRUE(parser.fondIsT1TT(&fonts));
+    EXPECT_TRUE(OxParserPostscriptImp().fondIsT1TT(&fonts));
 }
 
 TEST_F(Suitcase, MultipleMasterFamiliesAreGathered) {
@@ -238,35 +237,6 @@ TEST_F(Suitcase, MultipleMasterFamiliesAreGathered) {
                                  .add("FOND", 9, {}, "MyriadMM_400"));
     parser.addMultipleMasterStemResources(&families->front());
     EXPECT_EQ(families->front().getResourceByType(kFondType), std::pair(int{kFondType}, 7));
-}
-
-TEST_F(Suitcase, DamageAnywhereIsHarmless) {
-    FondBuilder family = FondBuilder::helvetica({9, 0, 1});
-    family.entries = {{9, 1, 1}, {0, 0, 4}, {0, 1, 5}};
-    Bytes collection = bytesOf(std::string("ttcf\0\1\0\0\0\0\0\2\0\0\0\x14\0\0\0\x14", 20));
-    collection.resize(5000);
-    ResourceForkBuilder builder;
-    builder.add("sfnt", 4, outline("A"))
-        .add("sfnt", 5, collection)
-        .add("NFNT", 1, strike())
-        .add("FOND", 10, family.build(), "Helvetica");
-    const Bytes good = builder.build();
-    const std::size_t interesting = builder.mapAt() - 300 - family.build().size() - 8;
-    const auto parseQuietly = [this](const Bytes& fork) {
-        const std::unique_ptr<FontList> fonts(
-            parser.parseFontFile(folder.write("Suitcase", macBinary(fork))));
-        ASSERT_NE(fonts, nullptr);
-    };
-    for (std::size_t at = interesting; at < good.size(); ++at) {
-        for (const std::uint8_t value : {std::uint8_t{0}, std::uint8_t{0xFF}}) {
-            Bytes fork = good;
-            fork[at] = value;
-            parseQuietly(fork);
-        }
-    }
-    for (std::size_t size = 0; size < good.size(); size += size < interesting ? 97 : 1) {
-        parseQuietly(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)));
-    }
 }
 
 }  // namespace
