@@ -234,7 +234,7 @@ TEST_F(ConcurrencyPipeline, HostsOfEveryKindGetTheirCompletion) {
                                               : ScriptedParser::oneRecord(file);
         });
         parser->setTolerantWalk(random() % 2 == 0);
-        parser->setLookAhead(random() % 3);
+        parser->setLookAhead(static_cast<unsigned>(round % 3));
         const unsigned empty = random() % 16;
         const unsigned thrower = random() % 8;
         const bool isSlow = random() % 8 == 0;
