@@ -37,27 +37,31 @@ LookAhead::~LookAhead() {
 
 void LookAhead::help() {
     Lock lock(mutex_);
-    while (!stopping_) {
-        const std::size_t number = next_++;
-        try {
-            const auto file = pathOf_(number);
-            if (!file) {
-                return;
-            }
-            if (!file->empty()) {
-                readAhead(lock, number, *file);
-            }
-        } catch (const std::exception&) {
-            // Out of memory: the reader meets the same, and says so.
-            if (!lock.owns_lock()) {
-                lock.lock();
-            }
-            drop(number);
-        }
+    while (!stopping_ && readNext(lock, true)) {
     }
 }
 
-void LookAhead::readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file) {
+bool LookAhead::readNext(Lock& lock, bool mayWait) {
+    const std::size_t number = next_++;
+    try {
+        const auto file = pathOf_(number);
+        if (!file) {
+            return false;
+        }
+        return file->empty() || readAhead(lock, number, *file, mayWait);
+    } catch (const std::exception&) {
+        // Out of memory: the reader meets the same, and says so.
+        if (!lock.owns_lock()) {
+            lock.lock();
+        }
+        drop(number);
+        changed_.notify_all();
+        return true;
+    }
+}
+
+bool LookAhead::readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file,
+                          bool mayWait) {
     entries_.try_emplace(number);
     lock.unlock();
     FileBytes bytes;
@@ -65,9 +69,13 @@ void LookAhead::readAhead(Lock& lock, std::size_t number, const boost::filesyste
     const bool readable =
         regularFileSize(file).has_value() && bytes.open(file) && bytes.size() <= budget_;
     lock.lock();
-    if (!readable || !reserve(lock, number, static_cast<std::size_t>(bytes.size()) + kPadding)) {
+    if (!readable) {
         drop(number);
-        return;
+        return true;
+    }
+    if (!reserve(lock, number, static_cast<std::size_t>(bytes.size()) + kPadding, mayWait)) {
+        drop(number);
+        return mayWait;
     }
     // References to elements of a map stay good, and nobody but this helper touches one that is
     // being read.
@@ -84,9 +92,10 @@ void LookAhead::readAhead(Lock& lock, std::size_t number, const boost::filesyste
         drop(number);
     }
     changed_.notify_all();
+    return true;
 }
 
-bool LookAhead::reserve(Lock& lock, std::size_t number, std::size_t size) {
+bool LookAhead::reserve(Lock& lock, std::size_t number, std::size_t size, bool mayWait) {
     if (ByteBuffer::capacityFor(size) > budget_) {
         return false;
     }
@@ -97,6 +106,9 @@ bool LookAhead::reserve(Lock& lock, std::size_t number, std::size_t size) {
         }
         if (takeBlock(size, entry->second.block)) {
             return true;
+        }
+        if (!mayWait) {
+            return false;
         }
         changed_.wait(lock);
     }
@@ -158,8 +170,13 @@ bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size
     }
     Lock lock(mutex_);
     auto entry = entries_.find(number);
+    bool more = true;
     while (entry != entries_.end() && entry->second.state == State::Reading) {
-        changed_.wait(lock);
+        // Rather than sleep while a helper is at it, read the file after it.
+        more = more && readNext(lock, false);
+        if (!more && entry->second.state == State::Reading) {
+            changed_.wait(lock);
+        }
         entry = entries_.find(number);
     }
     if (entry == entries_.end() || entry->second.version != version) {
@@ -203,5 +220,8 @@ LookAhead::Turn::~Turn() {
 
 bool LookAhead::Turn::supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
                              md5_state_t& md5) {
-    return lookAhead_.supply(number_, version, padding, buffer, md5);
+    FileBytes::setSupplier(nullptr);  // other files may be read in between
+    const bool supplied = lookAhead_.supply(number_, version, padding, buffer, md5);
+    FileBytes::setSupplier(this);
+    return supplied;
 }

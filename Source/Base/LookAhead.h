@@ -61,8 +61,11 @@ class LookAhead {
     using Lock = std::unique_lock<std::mutex>;
 
     void help();
-    void readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file);
-    bool reserve(Lock& lock, std::size_t number, std::size_t size);
+    // Both answer whether it makes sense to go on with the next file.
+    bool readNext(Lock& lock, bool mayWait);
+    bool readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file,
+                   bool mayWait);
+    bool reserve(Lock& lock, std::size_t number, std::size_t size, bool mayWait);
     bool takeBlock(std::size_t size, ByteBuffer& block);
     void keepBlock(ByteBuffer block);
     void drop(std::size_t number);

@@ -112,7 +112,7 @@ class OXPARSER_EXPORT OxParser {
         lookAheadHelpers_ = helpers;
         lookAheadBudget_ = budget;
     }
-    static constexpr std::size_t kLookAheadBudget = std::size_t{4} << 20;
+    static constexpr std::size_t kLookAheadBudget = std::size_t{8} << 20;
 
   private:
     friend class OxFontFactory;
