@@ -10,12 +10,12 @@
 #include <cstdlib>
 #include <new>
 
+#include "FileReading.h"
+
 namespace {
 
-// Small enough to stay in the second-level cache between the read and the digest.
-constexpr std::size_t kPiece = 128 * 1024;
 // Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
-constexpr std::size_t kGrowth = 256 * 1024;
+constexpr std::size_t kGrowth = 256 * 1024;  // a whole number of pages
 // A block beyond this is given back when the next file needs much less.
 constexpr std::size_t kKept = 64 * 1024 * 1024;
 
@@ -47,21 +47,40 @@ constexpr bool kExact = false;
 constexpr bool kExact = false;
 #endif
 
-// A large block's first use costs a page fault for every page; with huge pages there are 512 times
-// fewer of them.
-std::uint8_t* allocate(std::size_t size) {
-    constexpr std::size_t kHugePage = std::size_t{2} << 20;
-    if (kExact || size < kHugePage) {
-        return static_cast<std::uint8_t*>(std::malloc(size));
-    }
-    void* block = nullptr;
-    if (::posix_memalign(&block, kHugePage, size) != 0) {
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+// Straight from the system, and given back to it: blocks of all sizes come and go on several
+// threads, and what an allocator would keep of them for later is more than all that are in use.
+std::uint8_t* mapBlock(std::size_t size) {
+    // A large block's first use costs a page fault for every page; with huge pages, which start at
+    // a multiple of their size, there are 512 times fewer of them.
+    const bool huge = size >= kHugePage;
+    const std::size_t slack = huge ? kHugePage : 0;
+    void* const mapped =
+        ::mmap(nullptr, size + slack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) {
         return nullptr;
     }
+    auto* const start = static_cast<std::uint8_t*>(mapped);
+    void* aligned = mapped;
+    std::size_t room = size + slack;
+    if (huge && std::align(kHugePage, size, aligned, room) != nullptr) {
+        const std::size_t before = size + slack - room;
+        if (before > 0) {
+            ::munmap(start, before);
+        }
+        if (before < slack) {
+            ::munmap(start + before + size, slack - before);
+        }
 #ifdef MADV_HUGEPAGE
-    ::madvise(block, size, MADV_HUGEPAGE);
+        ::madvise(aligned, size, MADV_HUGEPAGE);
 #endif
-    return static_cast<std::uint8_t*>(block);
+    }
+    return static_cast<std::uint8_t*>(aligned);
+}
+
+std::uint8_t* allocate(std::size_t size) {
+    return kExact ? static_cast<std::uint8_t*>(std::malloc(size)) : mapBlock(size);
 }
 
 FileVersion versionOf(const struct stat& status) {
@@ -77,8 +96,12 @@ thread_local FileBytes::Supplier* theSupplier = nullptr;
 
 }  // namespace
 
-void ByteBuffer::Free::operator()(std::uint8_t* p) const {
-    std::free(p);
+void ByteBuffer::Free::operator()(std::uint8_t* block) const {
+    if (kExact) {
+        std::free(block);
+    } else {
+        ::munmap(block, size);
+    }
 }
 
 void ByteBuffer::swap(ByteBuffer& other) noexcept {
@@ -96,7 +119,7 @@ void ByteBuffer::resize(std::size_t size) {
         (kExact && size != capacity_)) {
         release();
         const std::size_t rounded = capacityFor(size);
-        bytes_.reset(allocate(rounded));
+        bytes_ = {allocate(rounded), Free{rounded}};
         if (!bytes_) {
             throw std::bad_alloc();
         }
@@ -171,17 +194,13 @@ std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {
         return size;
     }
     buffer.resize(size + padding);
-    md5_init(&md5_);
-    std::size_t done = 0;
-    while (done < size) {
-        const std::size_t wanted = std::min(kPiece, size - done);
-        const std::size_t got = readAt(done, buffer.data() + done, wanted);
-        md5_append(&md5_, buffer.data() + done, got);
-        done += got;
-        if (got < wanted) {
-            break;
-        }
+    FileReading reading(*this, buffer.data(), size);
+    while (!reading.isDone()) {
+        FileReading* const one = &reading;
+        FileReading::advance({&one, 1});
     }
+    md5_ = reading.md5();
+    const std::size_t done = reading.bytesRead();
     std::fill_n(buffer.data() + done, buffer.size() - done, std::uint8_t{0});
     return done;
 }

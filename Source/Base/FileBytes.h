@@ -41,7 +41,8 @@ class ByteBuffer {
 
   private:
     struct Free {
-        void operator()(std::uint8_t* p) const;
+        std::size_t size;
+        void operator()(std::uint8_t* block) const;
     };
     std::unique_ptr<std::uint8_t[], Free> bytes_;
     std::size_t capacity_ = 0;
@@ -69,9 +70,6 @@ struct FileVersion {
 };
 
 /// One file, opened for one sequential read into a buffer.
-///
-/// Reading goes piece by piece, and each piece is digested while it is still in the cache, so a
-/// file costs one read and one digest and its bytes pass through memory once.
 class FileBytes {
   public:
     /// Somebody who may have read a file already.
@@ -113,7 +111,6 @@ class FileBytes {
     std::size_t readAll(ByteBuffer& buffer, std::size_t padding = 0);
     /// The digest of the bytes that readAll read, as lower-case hexadecimal text.
     std::string digest();
-    const md5_state_t& md5State() const { return md5_; }
 
   private:
     int descriptor_ = -1;

@@ -1,6 +1,8 @@
 #include "LookAhead.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <new>
 #include <system_error>
 #include <utility>
@@ -29,105 +31,155 @@ LookAhead::~LookAhead() {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
     }
-    changed_.notify_all();
+    freed_.notify_all();
     for (std::thread& helper : helpers_) {
         helper.join();
     }
 }
 
+void LookAhead::Lane::clear() {
+    file.reset();
+    entry = nullptr;
+}
+
 void LookAhead::help() {
+    Lanes lanes;
+    Lane* waiting = nullptr;  // claims no further file meanwhile, or it would take what this needs
+    bool more = true;
     Lock lock(mutex_);
-    while (!stopping_ && readNext(lock, true)) {
+    while (!stopping_) {
+        if (waiting != nullptr && startReading(*waiting)) {
+            waiting = nullptr;
+        }
+        for (Lane& lane : lanes) {
+            while (!lane.file && more && waiting == nullptr && !stopping_) {
+                more = claim(lock, lane);
+                if (lane.file && !startReading(lane)) {
+                    waiting = &lane;
+                }
+            }
+        }
+        if (std::any_of(lanes.begin(), lanes.end(), std::mem_fn(&Lane::isReading))) {
+            advance(lock, lanes);
+        } else if (waiting != nullptr) {
+            freed_.wait(lock);
+        } else {
+            return;
+        }
     }
 }
 
-bool LookAhead::readNext(Lock& lock, bool mayWait) {
-    const std::size_t number = next_++;
+// Answers whether there may be further files.
+bool LookAhead::claim(Lock& lock, Lane& lane) {
+    lane.number = next_++;
     try {
-        const auto file = pathOf_(number);
+        const auto file = pathOf_(lane.number);
         if (!file) {
             return false;
         }
-        return file->empty() || readAhead(lock, number, *file, mayWait);
+        if (!file->empty()) {
+            entries_.try_emplace(lane.number);
+            lock.unlock();
+            lane.file.emplace();
+            // The status first: opening a device is not without effect.
+            const bool readable = regularFileSize(*file).has_value() && lane.file->open(*file) &&
+                                  lane.file->size() <= budget_;
+            lock.lock();
+            if (!readable) {
+                drop(lane.number);
+                lane.clear();
+            }
+        }
     } catch (const std::exception&) {
         // Out of memory: the reader meets the same, and says so.
-        if (!lock.owns_lock()) {
-            lock.lock();
-        }
-        drop(number);
-        changed_.notify_all();
-        return true;
+        lane.clear();
     }
-}
-
-bool LookAhead::readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file,
-                          bool mayWait) {
-    entries_.try_emplace(number);
-    lock.unlock();
-    FileBytes bytes;
-    // The status first: opening a device is not without effect.
-    const bool readable =
-        regularFileSize(file).has_value() && bytes.open(file) && bytes.size() <= budget_;
-    lock.lock();
-    if (!readable) {
-        drop(number);
-        return true;
-    }
-    if (!reserve(lock, number, static_cast<std::size_t>(bytes.size()) + kPadding, mayWait)) {
-        drop(number);
-        return mayWait;
-    }
-    // References to elements of a map stay good, and nobody but this helper touches one that is
-    // being read.
-    Entry& entry = entries_.find(number)->second;
-    entry.state = State::Reading;
-    entry.version = bytes.version();
-    lock.unlock();
-    const bool whole =
-        bytes.readAll(entry.block, kPadding) == bytes.size() && bytes.isStill(entry.version);
-    entry.md5 = bytes.md5State();
-    lock.lock();
-    entry.state = State::Ready;
-    if (!whole || !entry.wanted) {
-        drop(number);
-    }
-    changed_.notify_all();
     return true;
 }
 
-bool LookAhead::reserve(Lock& lock, std::size_t number, std::size_t size, bool mayWait) {
-    if (ByteBuffer::capacityFor(size) > budget_) {
-        return false;
+// False when the lane has to wait for a block. Otherwise it reads, or is clear again.
+bool LookAhead::startReading(Lane& lane) {
+    const auto found = entries_.find(lane.number);
+    const std::size_t size = static_cast<std::size_t>(lane.file->size());
+    const bool possible = ByteBuffer::capacityFor(size + kPadding) <= budget_;
+    if (found == entries_.end() || !possible) {
+        drop(lane.number);
+        lane.clear();
+        return true;
     }
-    for (;;) {
-        const auto entry = entries_.find(number);
-        if (stopping_ || entry == entries_.end()) {
+    // References to elements of a map stay good, and nobody but its helper touches an entry that is
+    // being read.
+    Entry& entry = found->second;
+    try {
+        if (!takeBlock(size + kPadding, entry.block)) {
             return false;
         }
-        if (takeBlock(size, entry->second.block)) {
-            return true;
+    } catch (const std::exception&) {
+        drop(lane.number);
+        lane.clear();
+        return true;
+    }
+    entry.state = State::Reading;
+    entry.version = lane.file->version();
+    lane.entry = &entry;
+    lane.reading = FileReading(*lane.file, entry.block.data(), size);
+    return true;
+}
+
+void LookAhead::advance(Lock& lock, Lanes& lanes) {
+    lock.unlock();
+    std::array<FileReading*, kMd5Lanes> readings{};
+    std::size_t count = 0;
+    for (Lane& lane : lanes) {
+        if (lane.isReading()) {
+            readings[count++] = &lane.reading;
         }
-        if (!mayWait) {
-            return false;
+    }
+    FileReading::advance({readings.data(), count});
+    std::array<bool, kMd5Lanes> whole{};
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        Lane& lane = lanes[i];
+        if (lane.isReading() && lane.reading.isDone()) {
+            const std::size_t read = lane.reading.bytesRead();
+            ByteBuffer& block = lane.entry->block;
+            std::fill(block.data() + read, block.data() + block.size(), std::uint8_t{0});
+            whole[i] = read == lane.file->size() && lane.file->isStill(lane.entry->version);
         }
-        changed_.wait(lock);
+    }
+    lock.lock();
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        Lane& lane = lanes[i];
+        if (lane.isReading() && lane.reading.isDone()) {
+            lane.entry->state = State::Ready;
+            lane.entry->md5 = lane.reading.md5();
+            if (!whole[i] || !lane.entry->wanted) {
+                drop(lane.number);
+            }
+            lane.clear();
+            if (awaited_ == lane.number) {
+                filled_.notify_one();
+            }
+        }
     }
 }
 
 bool LookAhead::takeBlock(std::size_t size, ByteBuffer& block) {
-    const auto fits = std::find_if(spare_.begin(), spare_.end(), [size](const ByteBuffer& spare) {
-        return spare.capacity() >= size;
-    });
+    const auto takeSpare = [this](std::multimap<std::size_t, ByteBuffer>::iterator spare) {
+        ByteBuffer taken = std::move(spare->second);
+        spareHeld_ -= spare->first;
+        spare_.erase(spare);
+        return taken;
+    };
+    const auto fits = spare_.lower_bound(size);
     if (fits != spare_.end()) {
-        block = std::move(*fits);
-        spare_.erase(fits);
+        block = takeSpare(fits);
     } else {
-        while (!spare_.empty() && held_ + ByteBuffer::capacityFor(size) > budget_) {
-            held_ -= spare_.back().capacity();
-            spare_.pop_back();
-        }
-        if (held_ + ByteBuffer::capacityFor(size) > budget_) {
+        const std::size_t needed = ByteBuffer::capacityFor(size);
+        if (held_ - spareHeld_ + needed > budget_) {
             return false;
+        }
+        while (held_ + needed > budget_) {
+            held_ -= takeSpare(spare_.begin()).capacity();
         }
     }
     held_ -= block.capacity();
@@ -139,7 +191,8 @@ bool LookAhead::takeBlock(std::size_t size, ByteBuffer& block) {
 void LookAhead::keepBlock(ByteBuffer block) {
     if (block.capacity() > 0 && held_ + block.capacity() <= budget_) {
         held_ += block.capacity();
-        spare_.push_back(std::move(block));
+        spareHeld_ += block.capacity();
+        spare_.emplace(block.capacity(), std::move(block));
     }
 }
 
@@ -152,6 +205,13 @@ void LookAhead::drop(std::size_t number) {
     }
 }
 
+void LookAhead::wakeHelpers() {
+    // Not for every block: waking a thread costs about as much as parsing a small font.
+    if (held_ - spareHeld_ <= budget_ / 2) {
+        freed_.notify_all();
+    }
+}
+
 void LookAhead::beginTurn(std::size_t number) {
     const std::lock_guard lock(mutex_);
     next_ = std::max(next_, number + 1);
@@ -159,7 +219,7 @@ void LookAhead::beginTurn(std::size_t number) {
     if (entry != entries_.end() && entry->second.state == State::Waiting) {
         // No helper has begun to read it: the reader is quicker by itself.
         entries_.erase(entry);
-        changed_.notify_all();
+        freed_.notify_all();
     }
 }
 
@@ -170,15 +230,12 @@ bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size
     }
     Lock lock(mutex_);
     auto entry = entries_.find(number);
-    bool more = true;
+    awaited_ = number;
     while (entry != entries_.end() && entry->second.state == State::Reading) {
-        // Rather than sleep while a helper is at it, read the file after it.
-        more = more && readNext(lock, false);
-        if (!more && entry->second.state == State::Reading) {
-            changed_.wait(lock);
-        }
+        filled_.wait(lock);
         entry = entries_.find(number);
     }
+    awaited_.reset();
     if (entry == entries_.end() || entry->second.version != version) {
         return false;
     }
@@ -189,7 +246,7 @@ bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size
     buffer.shrink(static_cast<std::size_t>(version.size) + padding);
     keepBlock(std::move(block));
     entries_.erase(entry);
-    changed_.notify_all();
+    wakeHelpers();
     return true;
 }
 
@@ -203,7 +260,7 @@ void LookAhead::endTurn(std::size_t number) {
         entry->second.wanted = false;
     } else {
         drop(number);
-        changed_.notify_all();
+        wakeHelpers();
     }
 }
 

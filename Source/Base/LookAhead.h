@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <boost/filesystem/path.hpp>
 #include <condition_variable>
 #include <cstddef>
@@ -11,8 +12,9 @@
 #include <vector>
 
 #include "FileBytes.h"
+#include "FileReading.h"
 
-/// Helper threads that read and digest files before their turn comes.
+/// Helper threads that read and digest files before their turn comes, several files side by side.
 ///
 /// The files have an order, and one thread (the reader) takes them in that order, one Turn each.
 /// While a Turn is open, FileBytes::readAll on the reader's thread is given the block that a helper
@@ -58,17 +60,28 @@ class LookAhead {
         ByteBuffer block;
         md5_state_t md5{};
     };
+    // One of the files that a helper has in hand; it belongs to an entry that is Waiting or
+    // Reading.
+    struct Lane {
+        std::size_t number = 0;
+        std::optional<FileBytes> file;
+        Entry* entry = nullptr;  // once it has a block and is being read
+        FileReading reading;
+
+        bool isReading() const { return file && entry != nullptr; }
+        void clear();
+    };
+    using Lanes = std::array<Lane, kMd5Lanes>;
     using Lock = std::unique_lock<std::mutex>;
 
     void help();
-    // Both answer whether it makes sense to go on with the next file.
-    bool readNext(Lock& lock, bool mayWait);
-    bool readAhead(Lock& lock, std::size_t number, const boost::filesystem::path& file,
-                   bool mayWait);
-    bool reserve(Lock& lock, std::size_t number, std::size_t size, bool mayWait);
+    bool claim(Lock& lock, Lane& lane);
+    bool startReading(Lane& lane);
+    void advance(Lock& lock, Lanes& lanes);
     bool takeBlock(std::size_t size, ByteBuffer& block);
     void keepBlock(ByteBuffer block);
     void drop(std::size_t number);
+    void wakeHelpers();
 
     void beginTurn(std::size_t number);
     bool supply(std::size_t number, const FileVersion& version, std::size_t padding,
@@ -78,11 +91,14 @@ class LookAhead {
     const std::size_t budget_;
     const PathOf pathOf_;
     std::mutex mutex_;
-    std::condition_variable changed_;
+    std::condition_variable filled_;  // the block that the reader waits for
+    std::condition_variable freed_;   // room for more blocks
     bool stopping_ = false;
-    std::size_t next_ = 0;                  // the first file that nobody has claimed
-    std::map<std::size_t, Entry> entries_;  // claimed by a helper, not passed by the reader
-    std::vector<ByteBuffer> spare_;
-    std::size_t held_ = 0;  // bytes of all blocks here, spare or not
+    std::optional<std::size_t> awaited_;            // what the reader waits for
+    std::size_t next_ = 0;                          // the first file that nobody has claimed
+    std::map<std::size_t, Entry> entries_;          // claimed by a helper, not passed by the reader
+    std::multimap<std::size_t, ByteBuffer> spare_;  // by capacity
+    std::size_t held_ = 0;                          // bytes of all blocks here, spare or not
+    std::size_t spareHeld_ = 0;                     // bytes of the spare ones
     std::vector<std::thread> helpers_;
 };

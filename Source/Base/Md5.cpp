@@ -6,8 +6,6 @@
 
 namespace {
 
-using Words = std::array<std::uint32_t, 4>;
-
 inline std::uint32_t loadLittleEndian(const std::uint8_t* p) {
     std::uint32_t word;
     std::memcpy(&word, p, sizeof word);
@@ -23,26 +21,57 @@ inline void storeLittleEndian(std::uint8_t* p, std::uint32_t word) {
     }
 }
 
+// One word of each of several computations, which a processor's vector unit works on side by side.
+using Lanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
+
+// Where the message words come from: one block, or one block of each computation.
+struct OneBlock {
+    const std::uint8_t* data;
+
+    std::uint32_t word(std::size_t i) const { return loadLittleEndian(data + 4 * i); }
+    void next() { data += 64; }
+};
+struct BlockOfEach {
+    std::array<const std::uint8_t*, kMd5Lanes> data;
+
+    Lanes word(std::size_t i) const {
+        Lanes words;
+        for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+            words[lane] = loadLittleEndian(data[lane] + 4 * i);
+        }
+        return words;
+    }
+    void next() {
+        for (const std::uint8_t*& p : data) {
+            p += 64;
+        }
+    }
+};
+
 // The four rounds' mixing steps. `sum` is a + message word + constant, which does not depend on
 // the step before. In round two the two halves of the selection have no bit in common, so they are
 // added one after the other: the half that waits for the previous step's result comes last, and
 // one step's latency is shorter by one operation.
-template <int Shift>
-inline std::uint32_t stepF(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
-    return std::rotl(sum + (d ^ (b & (c ^ d))), Shift) + b;
+template <int Shift, typename Word>
+inline Word rotateLeft(Word x) {
+    return (x << Shift) | (x >> (32 - Shift));
 }
-template <int Shift>
-inline std::uint32_t stepG(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+template <int Shift, typename Word>
+inline Word stepF(Word sum, Word b, Word c, Word d) {
+    return rotateLeft<Shift>(sum + (d ^ (b & (c ^ d)))) + b;
+}
+template <int Shift, typename Word>
+inline Word stepG(Word sum, Word b, Word c, Word d) {
     sum += c & ~d;
-    return std::rotl(sum + (b & d), Shift) + b;
+    return rotateLeft<Shift>(sum + (b & d)) + b;
 }
-template <int Shift>
-inline std::uint32_t stepH(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
-    return std::rotl(sum + (b ^ (c ^ d)), Shift) + b;
+template <int Shift, typename Word>
+inline Word stepH(Word sum, Word b, Word c, Word d) {
+    return rotateLeft<Shift>(sum + (b ^ (c ^ d))) + b;
 }
-template <int Shift>
-inline std::uint32_t stepI(std::uint32_t sum, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
-    return std::rotl(sum + (c ^ (b | ~d)), Shift) + b;
+template <int Shift, typename Word>
+inline Word stepI(Word sum, Word b, Word c, Word d) {
+    return rotateLeft<Shift>(sum + (c ^ (b | ~d))) + b;
 }
 
 // floor(2^32 * abs(sin(i + 1))), RFC 1321 section 3.4.
@@ -56,14 +85,15 @@ constexpr std::array<std::uint32_t, 64> kSines = {
     0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
 
-void processBlocks(Words& words, const std::uint8_t* data, std::size_t blocks) {
+template <typename Word, typename Source>
+void processBlocks(std::array<Word, 4>& words, Source source, std::size_t blocks) {
     auto [a, b, c, d] = words;
-    for (; blocks != 0; --blocks, data += 64) {
-        std::uint32_t x[16];
-        for (int i = 0; i < 16; ++i) {
-            x[i] = loadLittleEndian(data + 4 * i);
+    for (; blocks != 0; --blocks, source.next()) {
+        Word x[16];
+        for (std::size_t i = 0; i < 16; ++i) {
+            x[i] = source.word(i);
         }
-        const Words before{a, b, c, d};
+        const std::array<Word, 4> before{a, b, c, d};
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {
             a = stepF<7>(a + kSines[i] + x[i], b, c, d);
@@ -116,12 +146,33 @@ void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count)
         if (buffered + taken < 64) {
             return;
         }
-        processBlocks(state->words, state->block.data(), 1);
+        processBlocks(state->words, OneBlock{state->block.data()}, 1);
         data += taken;
         count -= taken;
     }
-    processBlocks(state->words, data, count / 64);
+    processBlocks(state->words, OneBlock{data}, count / 64);
     std::copy_n(data + count / 64 * 64, count % 64, state->block.begin());
+}
+
+void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
+    std::array<Lanes, 4> words{};
+    BlockOfEach source{};
+    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+        // A lane without a piece does the first one's work once more, for nothing.
+        const Md5Piece& piece = pieces[lane < pieces.size() ? lane : 0];
+        source.data[lane] = piece.data;
+        for (std::size_t i = 0; i < 4; ++i) {
+            words[i][lane] = piece.state->words[i];
+        }
+    }
+    processBlocks(words, source, blocks);
+    for (std::size_t lane = 0; lane < pieces.size(); ++lane) {
+        md5_state_t& state = *pieces[lane].state;
+        state.length += 64 * blocks;
+        for (std::size_t i = 0; i < 4; ++i) {
+            state.words[i] = words[i][lane];
+        }
+    }
 }
 
 void md5_finish(md5_state_t* state, std::uint8_t digest[16]) {

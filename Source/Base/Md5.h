@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "ByteView.h"
@@ -17,6 +18,19 @@ struct md5_state_t {
 OXPARSER_EXPORT void md5_init(md5_state_t* state);
 OXPARSER_EXPORT void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count);
 OXPARSER_EXPORT void md5_finish(md5_state_t* state, std::uint8_t digest[16]);
+
+/// How many computations md5AppendSideBySide takes at most.
+constexpr std::size_t kMd5Lanes = 4;
+
+/// What one of several computations is to take in next; its length so far is a multiple of 64.
+struct Md5Piece {
+    md5_state_t* state;
+    const std::uint8_t* data;
+};
+/// Appends the next `blocks` blocks of 64 bytes to each of at least one and at most kMd5Lanes
+/// computations. A computation is one long chain of operations that wait for each other; several
+/// of them side by side take little longer than one.
+OXPARSER_EXPORT void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks);
 
 /// The digest as 32 lower-case hexadecimal digits, as the "FingerPrint" attribute holds it; ends
 /// the computation.
