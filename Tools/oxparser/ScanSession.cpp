@@ -63,6 +63,7 @@ void ScanSession::run(OxParser& parser, const std::function<void()>& start,
 }
 
 void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
+    outputIsTerminal_ = isTerminal(output_.descriptor());
     parser.setLookAhead(lookAheadHelpers());
     parser.fileProgressCallbacks.push_back(
         [this](int found, int, void*) { progress_.walking(found); });
@@ -93,7 +94,7 @@ void ScanSession::handleRecord(const OxFont& font, int filesParsed, int totalFil
     summary_.defects.warnings += defects.warnings;
     summary_.defects.notes += defects.notes;
     progress_.record(font.sourceFile().string(), summary_.fonts, summary_.defects.all());
-    if (isTerminal(output_.descriptor())) {
+    if (outputIsTerminal_) {
         const Console::StatusPause pause(console_);
         handler(font, filesParsed, totalFiles);
     } else {

@@ -67,6 +67,7 @@ class ScanSession {
     Interruption interruption_;
     Progress progress_;
     ScanSummary summary_;
+    bool outputIsTerminal_ = false;  // asked once: the question is a system call
     std::mutex mutex_;
     std::condition_variable completed_;
     bool complete_ = false;
