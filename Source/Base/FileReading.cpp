@@ -37,13 +37,11 @@ void FileReading::advance(std::span<FileReading* const> readings) {
         pieces[count] = {&reading->md5_, reading->block_ + reading->digested_};
         lanes[count++] = reading;
     }
-    if (count == 1) {
-        lanes[0]->digest(blocks * kMd5Block);
-    } else if (count > 1) {
+    if (count > 0) {
         md5AppendSideBySide({pieces.data(), count}, blocks);
-        for (std::size_t i = 0; i < count; ++i) {
-            lanes[i]->digested_ += blocks * kMd5Block;
-        }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        lanes[i]->digested_ += blocks * kMd5Block;
     }
 }
 

@@ -22,24 +22,28 @@ inline void storeLittleEndian(std::uint8_t* p, std::uint32_t word) {
 }
 
 // One word of each of several computations, which a processor's vector unit works on side by side.
-using Lanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
+using HalfLanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes / 2)));
+using AllLanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
+template <typename Lanes>
+constexpr std::size_t kLaneCount = sizeof(Lanes) / sizeof(std::uint32_t);
 
 // Where the message words come from: one block, or one block of each computation.
 struct OneBlock {
     const std::uint8_t* data;
 
-    std::uint32_t word(std::size_t i) const { return loadLittleEndian(data + 4 * i); }
+    void word(std::size_t i, std::uint32_t& x) const { x = loadLittleEndian(data + 4 * i); }
     void next() { data += 64; }
 };
+template <typename Lanes>
 struct BlockOfEach {
-    std::array<const std::uint8_t*, kMd5Lanes> data;
+    std::array<const std::uint8_t*, kLaneCount<Lanes>> data;
 
-    Lanes word(std::size_t i) const {
-        Lanes words;
-        for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+    void word(std::size_t i, Lanes& x) const {
+        Lanes words{};
+        for (std::size_t lane = 0; lane < data.size(); ++lane) {
             words[lane] = loadLittleEndian(data[lane] + 4 * i);
         }
-        return words;
+        x = words;
     }
     void next() {
         for (const std::uint8_t*& p : data) {
@@ -48,30 +52,35 @@ struct BlockOfEach {
     }
 };
 
-// The four rounds' mixing steps. `sum` is a + message word + constant, which does not depend on
-// the step before. In round two the two halves of the selection have no bit in common, so they are
-// added one after the other: the half that waits for the previous step's result comes last, and
-// one step's latency is shorter by one operation.
+// The four rounds' mixing steps; `a` comes with the message word and the constant added, which does
+// not depend on the step before. In round two the two halves of the selection have no bit in
+// common, so they are added one after the other: the half that waits for the previous step's result
+// comes last, and one step's latency is shorter by one operation. Words go by reference, since
+// passing vectors by value differs from processor to processor.
 template <int Shift, typename Word>
-inline Word rotateLeft(Word x) {
-    return (x << Shift) | (x >> (32 - Shift));
+inline void rotateAndAdd(Word& a, const Word& b) {
+    a = ((a << Shift) | (a >> (32 - Shift))) + b;
 }
 template <int Shift, typename Word>
-inline Word stepF(Word sum, Word b, Word c, Word d) {
-    return rotateLeft<Shift>(sum + (d ^ (b & (c ^ d)))) + b;
+inline void stepF(Word& a, const Word& b, const Word& c, const Word& d) {
+    a += d ^ (b & (c ^ d));
+    rotateAndAdd<Shift>(a, b);
 }
 template <int Shift, typename Word>
-inline Word stepG(Word sum, Word b, Word c, Word d) {
-    sum += c & ~d;
-    return rotateLeft<Shift>(sum + (b & d)) + b;
+inline void stepG(Word& a, const Word& b, const Word& c, const Word& d) {
+    a += c & ~d;
+    a += b & d;
+    rotateAndAdd<Shift>(a, b);
 }
 template <int Shift, typename Word>
-inline Word stepH(Word sum, Word b, Word c, Word d) {
-    return rotateLeft<Shift>(sum + (b ^ (c ^ d))) + b;
+inline void stepH(Word& a, const Word& b, const Word& c, const Word& d) {
+    a += b ^ (c ^ d);
+    rotateAndAdd<Shift>(a, b);
 }
 template <int Shift, typename Word>
-inline Word stepI(Word sum, Word b, Word c, Word d) {
-    return rotateLeft<Shift>(sum + (c ^ (b | ~d))) + b;
+inline void stepI(Word& a, const Word& b, const Word& c, const Word& d) {
+    a += c ^ (b | ~d);
+    rotateAndAdd<Shift>(a, b);
 }
 
 // floor(2^32 * abs(sin(i + 1))), RFC 1321 section 3.4.
@@ -91,36 +100,52 @@ void processBlocks(std::array<Word, 4>& words, Source source, std::size_t blocks
     for (; blocks != 0; --blocks, source.next()) {
         Word x[16];
         for (std::size_t i = 0; i < 16; ++i) {
-            x[i] = source.word(i);
+            source.word(i, x[i]);
         }
         const std::array<Word, 4> before{a, b, c, d};
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {
-            a = stepF<7>(a + kSines[i] + x[i], b, c, d);
-            d = stepF<12>(d + kSines[i + 1] + x[i + 1], a, b, c);
-            c = stepF<17>(c + kSines[i + 2] + x[i + 2], d, a, b);
-            b = stepF<22>(b + kSines[i + 3] + x[i + 3], c, d, a);
+            a += kSines[i] + x[i];
+            stepF<7>(a, b, c, d);
+            d += kSines[i + 1] + x[i + 1];
+            stepF<12>(d, a, b, c);
+            c += kSines[i + 2] + x[i + 2];
+            stepF<17>(c, d, a, b);
+            b += kSines[i + 3] + x[i + 3];
+            stepF<22>(b, c, d, a);
         }
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {
-            a = stepG<5>(a + kSines[16 + i] + x[(5 * i + 1) % 16], b, c, d);
-            d = stepG<9>(d + kSines[17 + i] + x[(5 * i + 6) % 16], a, b, c);
-            c = stepG<14>(c + kSines[18 + i] + x[(5 * i + 11) % 16], d, a, b);
-            b = stepG<20>(b + kSines[19 + i] + x[(5 * i + 16) % 16], c, d, a);
+            a += kSines[16 + i] + x[(5 * i + 1) % 16];
+            stepG<5>(a, b, c, d);
+            d += kSines[17 + i] + x[(5 * i + 6) % 16];
+            stepG<9>(d, a, b, c);
+            c += kSines[18 + i] + x[(5 * i + 11) % 16];
+            stepG<14>(c, d, a, b);
+            b += kSines[19 + i] + x[(5 * i + 16) % 16];
+            stepG<20>(b, c, d, a);
         }
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {
-            a = stepH<4>(a + kSines[32 + i] + x[(3 * i + 5) % 16], b, c, d);
-            d = stepH<11>(d + kSines[33 + i] + x[(3 * i + 8) % 16], a, b, c);
-            c = stepH<16>(c + kSines[34 + i] + x[(3 * i + 11) % 16], d, a, b);
-            b = stepH<23>(b + kSines[35 + i] + x[(3 * i + 14) % 16], c, d, a);
+            a += kSines[32 + i] + x[(3 * i + 5) % 16];
+            stepH<4>(a, b, c, d);
+            d += kSines[33 + i] + x[(3 * i + 8) % 16];
+            stepH<11>(d, a, b, c);
+            c += kSines[34 + i] + x[(3 * i + 11) % 16];
+            stepH<16>(c, d, a, b);
+            b += kSines[35 + i] + x[(3 * i + 14) % 16];
+            stepH<23>(b, c, d, a);
         }
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {
-            a = stepI<6>(a + kSines[48 + i] + x[(7 * i) % 16], b, c, d);
-            d = stepI<10>(d + kSines[49 + i] + x[(7 * i + 7) % 16], a, b, c);
-            c = stepI<15>(c + kSines[50 + i] + x[(7 * i + 14) % 16], d, a, b);
-            b = stepI<21>(b + kSines[51 + i] + x[(7 * i + 21) % 16], c, d, a);
+            a += kSines[48 + i] + x[(7 * i) % 16];
+            stepI<6>(a, b, c, d);
+            d += kSines[49 + i] + x[(7 * i + 7) % 16];
+            stepI<10>(d, a, b, c);
+            c += kSines[50 + i] + x[(7 * i + 14) % 16];
+            stepI<15>(c, d, a, b);
+            b += kSines[51 + i] + x[(7 * i + 21) % 16];
+            stepI<21>(b, c, d, a);
         }
         a += before[0];
         b += before[1];
@@ -154,14 +179,17 @@ void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count)
     std::copy_n(data + count / 64 * 64, count % 64, state->block.begin());
 }
 
-void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
+namespace {
+
+template <typename Lanes>
+void appendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
     std::array<Lanes, 4> words{};
-    BlockOfEach source{};
-    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+    BlockOfEach<Lanes> source{};
+    for (std::size_t lane = 0; lane < kLaneCount<Lanes>; ++lane) {
         // A lane without a piece does the first one's work once more, for nothing.
         const Md5Piece& piece = pieces[lane < pieces.size() ? lane : 0];
         source.data[lane] = piece.data;
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < words.size(); ++i) {
             words[i][lane] = piece.state->words[i];
         }
     }
@@ -169,9 +197,21 @@ void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
     for (std::size_t lane = 0; lane < pieces.size(); ++lane) {
         md5_state_t& state = *pieces[lane].state;
         state.length += 64 * blocks;
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < words.size(); ++i) {
             state.words[i] = words[i][lane];
         }
+    }
+}
+
+}  // namespace
+
+void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
+    if (pieces.size() == 1) {
+        md5_append(pieces[0].state, pieces[0].data, 64 * blocks);
+    } else if (pieces.size() <= kMd5Lanes / 2) {
+        appendSideBySide<HalfLanes>(pieces, blocks);
+    } else {
+        appendSideBySide<AllLanes>(pieces, blocks);
     }
 }
 
