@@ -91,6 +91,15 @@ TEST_F(OpenType, TheNameIndexReaderKeepsItsArithmetic) {
     EXPECT_THAT(parser.fontNames(), ElementsAre("", "OneT"));
     EXPECT_THAT(diagnosticLines(parse(otto().table(tag, BigEndian().u8(1).u8(0).u8(200).u8(1)))),
                 ElementsAre("error 0 read past the end of the font data", "error 11050"));
+    // Offsets that step back by one name no bytes: nothing is read, wherever they point.
+    const auto backwards = [&](std::uint32_t first, std::uint32_t second) {
+        BigEndian table;
+        table.u8(1).u8(0).u8(4).u8(4).u16(1).u8(4).u32(first).u32(second);
+        return otto().table(tag, table);
+    };
+    EXPECT_THAT(diagnosticLines(parse(backwards(0x01000000, 0x00FFFFFF))), IsEmpty());
+    EXPECT_THAT(diagnosticLines(parse(backwards(0x01000000, 0x01000000))),
+                ElementsAre("error 0 read past the end of the font data", "error 11050"));
     OxFont font;
     EXPECT_FALSE(parser.parseCompactFontFormatTable(nullptr, font));
 }
