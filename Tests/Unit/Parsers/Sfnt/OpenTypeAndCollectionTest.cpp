@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "BigEndian.h"
+#include "LogRecorder.h"
 #include "OxParserOpenTypeImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "SfntBuilder.h"
@@ -120,8 +121,11 @@ TEST_F(Collection, EachMemberIsARecordInTheOrderOfTheOffsets) {
     second.table("DSIG", Bytes(8));
     const Bytes bytes = SfntBuilder::collection(
         {SfntBuilder::goodFont(), second, SfntBuilder::goodFont().patch("head.magicNumber", 7)});
+    const LogRecorder log;
     const FontList fonts = parse(bytes);
     ASSERT_EQ(fonts->size(), 3u);
+    EXPECT_THAT(log.linesWith("OxParserTrueTypeCollectionImp INFO Parsing:  "), SizeIs(4))
+        << "one for the file and one for each member";
     const std::string digest = md5Hex(ByteView(bytes.data(), bytes.size()));
     const Lines expected[] = {{}, {"warning 11803 Invalid kerning subtable"}, {"error 11103 7"}};
     for (std::size_t i = 0; i < 3; ++i) {
