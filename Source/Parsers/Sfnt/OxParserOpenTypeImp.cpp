@@ -86,7 +86,7 @@ bool OxParserOpenTypeImp::readNameIndex(const ttf::tagTableDirectory& record, Ox
             length == 0 ? ByteView()
                         : image_.view().slice(offsets + count + starts[i], length, 1, "CFF name");
         fontNames_.emplace_back(upToZero(name.clamped(0, kLongestName).text()));
-        walks_.addText(fontNames_.back().size());
+        walks_.steps += fontNames_.back().size() / WalkBudget::kTextPerStep;
     }
     return true;
 }
