@@ -19,6 +19,7 @@ constexpr std::uint64_t kCollectionHeaderSize = 12;
 
 constexpr std::uint64_t kSumsPerDigest = 8;  // a byte is summed that much faster than digested
 constexpr std::uint64_t kStepWork = 256;     // bytes digested while a 'kern' subtable is looked at
+constexpr std::uint64_t kNameWork = 64;      // and while a name record is
 
 void setFileAttributes(OxFont& font, const fs::path& file) {
     font.setAttribute(ePlatform, "Macintosh");
@@ -85,7 +86,8 @@ void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, Fo
         fonts.transfer(fonts.end(), *members);
         bytesDigested += image.size();
     }
-    bytesWorked_ += bytesDigested + tableBytesSummed_ / kSumsPerDigest + walks_.steps * kStepWork;
+    bytesWorked_ += bytesDigested + tableBytesSummed_ / kSumsPerDigest + walks_.steps * kStepWork +
+                    walks_.names * kNameWork;
 }
 
 bool OxParserTrueTypeMacImp::validateAssoc(OxFont& font, const AsscEntry* entry) {

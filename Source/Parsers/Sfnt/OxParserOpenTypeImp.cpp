@@ -81,10 +81,12 @@ bool OxParserOpenTypeImp::readNameIndex(const ttf::tagTableDirectory& record, Ox
         ++walks_.steps;
         // The place is right for an offset size of 1 only, and one byte too many is taken; kept so.
         const std::uint32_t length = starts[i + 1] - starts[i] + 1;
+        // Of no length, nothing is read, so it may start anywhere.
         const ByteView name =
-            image_.view().slice(offsets + count + starts[i], length, 1, "CFF name");
+            length == 0 ? ByteView()
+                        : image_.view().slice(offsets + count + starts[i], length, 1, "CFF name");
         fontNames_.emplace_back(upToZero(name.clamped(0, kLongestName).text()));
-        walks_.addText(fontNames_.back().size());
+        walks_.steps += fontNames_.back().size() / WalkBudget::kTextPerStep;
     }
     return true;
 }

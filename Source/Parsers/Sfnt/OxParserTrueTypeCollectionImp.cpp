@@ -111,6 +111,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file, std::int
 void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t offset,
                                                    OxFont& font) {
     const LogChannel log(kCategory);
+    log.info("Parsing:  %s", source.path.string());
     try {
         setPathAttributes(font, source.path);
         font.setAttributeAsInt(eFontOffset, offset);

@@ -546,7 +546,7 @@ bool OxParserTrueTypeImp::collectNames(std::uint64_t table, unsigned count, std:
                                        AcceptedNames& accepted) {
     bool any = false;
     for (unsigned i = 0; i < count; ++i) {
-        ++walks_.steps;
+        ++walks_.names;
         const ByteView r =
             image_.view().slice(table + 6 + std::uint64_t{i} * 12, 12, 1, "name record");
         const ttf::tagNameRecord name = {r.u16be(0), r.u16be(2), r.u16be(4),
@@ -597,7 +597,7 @@ bool OxParserTrueTypeImp::readNames(const ttf::tagTableDirectory& record, OxFont
         for (std::size_t id = 0; id < accepted.size(); ++id) {
             if (const auto& name = accepted[id]) {
                 const std::uint32_t read = nameBytesRead(*name);
-                walks_.addText(read);
+                walks_.names += read / WalkBudget::kTextPerStep;
                 font.setAttribute(kKeys[id], nameText(*name, image_.view().clamped(
                                                                  storage + name->offset, read)));
             }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "BigEndian.h"
+#include "LogRecorder.h"
 #include "OxParserOpenTypeImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "SfntBuilder.h"
@@ -91,6 +92,15 @@ TEST_F(OpenType, TheNameIndexReaderKeepsItsArithmetic) {
     EXPECT_THAT(parser.fontNames(), ElementsAre("", "OneT"));
     EXPECT_THAT(diagnosticLines(parse(otto().table(tag, BigEndian().u8(1).u8(0).u8(200).u8(1)))),
                 ElementsAre("error 0 read past the end of the font data", "error 11050"));
+    // Offsets that step back by one name no bytes: nothing is read, wherever they point.
+    const auto backwards = [&](std::uint32_t first, std::uint32_t second) {
+        BigEndian table;
+        table.u8(1).u8(0).u8(4).u8(4).u16(1).u8(4).u32(first).u32(second);
+        return otto().table(tag, table);
+    };
+    EXPECT_THAT(diagnosticLines(parse(backwards(0x01000000, 0x00FFFFFF))), IsEmpty());
+    EXPECT_THAT(diagnosticLines(parse(backwards(0x01000000, 0x01000000))),
+                ElementsAre("error 0 read past the end of the font data", "error 11050"));
     OxFont font;
     EXPECT_FALSE(parser.parseCompactFontFormatTable(nullptr, font));
 }
@@ -111,8 +121,11 @@ TEST_F(Collection, EachMemberIsARecordInTheOrderOfTheOffsets) {
     second.table("DSIG", Bytes(8));
     const Bytes bytes = SfntBuilder::collection(
         {SfntBuilder::goodFont(), second, SfntBuilder::goodFont().patch("head.magicNumber", 7)});
+    const LogRecorder log;
     const FontList fonts = parse(bytes);
     ASSERT_EQ(fonts->size(), 3u);
+    EXPECT_THAT(log.linesWith("OxParserTrueTypeCollectionImp INFO Parsing:  "), SizeIs(4))
+        << "one for the file and one for each member";
     const std::string digest = md5Hex(ByteView(bytes.data(), bytes.size()));
     const Lines expected[] = {{}, {"warning 11803 Invalid kerning subtable"}, {"error 11103 7"}};
     for (std::size_t i = 0; i < 3; ++i) {
