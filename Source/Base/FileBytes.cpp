@@ -104,36 +104,16 @@ void ByteBuffer::Free::operator()(std::uint8_t* block) const {
     }
 }
 
-void ByteBuffer::swap(ByteBuffer& other) noexcept {
-    bytes_.swap(other.bytes_);
-    std::swap(capacity_, other.capacity_);
-    std::swap(size_, other.size_);
-}
-
-std::size_t ByteBuffer::capacityFor(std::size_t size) {
-    return kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
-}
-
 void ByteBuffer::resize(std::size_t size) {
     if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4) ||
         (kExact && size != capacity_)) {
         release();
-        const std::size_t rounded = capacityFor(size);
+        const std::size_t rounded = kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
         bytes_ = {allocate(rounded), Free{rounded}};
         if (!bytes_) {
             throw std::bad_alloc();
         }
         capacity_ = rounded;
-    }
-    size_ = size;
-}
-
-void ByteBuffer::shrink(std::size_t size) {
-    if (kExact && size < size_) {
-        ByteBuffer exact;
-        exact.resize(size);
-        std::copy_n(data(), size, exact.data());
-        swap(exact);
     }
     size_ = size;
 }

@@ -14,26 +14,10 @@
 /// A memory block that is kept from file to file and grows to the largest.
 class ByteBuffer {
   public:
-    ByteBuffer() = default;
-    ByteBuffer(ByteBuffer&& other) noexcept { swap(other); }
-    ByteBuffer& operator=(ByteBuffer&& other) noexcept {
-        ByteBuffer taken(std::move(other));
-        swap(taken);
-        return *this;
-    }
-    void swap(ByteBuffer& other) noexcept;
-
     /// Makes the block at least `size` bytes long; its contents are unspecified afterwards. Throws
     /// std::bad_alloc and then holds nothing.
     void resize(std::size_t size);
-    /// Makes the block `size` bytes long, which is no more than it is; its contents stay. Throws
-    /// std::bad_alloc.
-    void shrink(std::size_t size);
     void release();
-
-    /// The memory that the block takes, and that a new block of `size` bytes would take.
-    std::size_t capacity() const { return capacity_; }
-    static std::size_t capacityFor(std::size_t size);
 
     std::uint8_t* data() { return bytes_.get(); }
     const std::uint8_t* data() const { return bytes_.get(); }

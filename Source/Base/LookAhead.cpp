@@ -7,15 +7,8 @@
 #include <system_error>
 #include <utility>
 
-namespace {
-
-// Zero bytes behind each block, so that the reader need not copy it to get its padding.
-constexpr std::size_t kPadding = 4096;
-
-}  // namespace
-
 LookAhead::LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf)
-    : budget_(budget), pathOf_(std::move(pathOf)) {
+    : budget_(budget), pathOf_(std::move(pathOf)), blocks_(budget) {
     helpers_.reserve(helpers);
     try {
         while (helpers_.size() < helpers) {
@@ -100,18 +93,17 @@ bool LookAhead::claim(Lock& lock, Lane& lane) {
 // False when the lane has to wait for a block. Otherwise it reads, or is clear again.
 bool LookAhead::startReading(Lane& lane) {
     const auto found = entries_.find(lane.number);
-    const std::size_t size = static_cast<std::size_t>(lane.file->size());
-    const bool possible = ByteBuffer::capacityFor(size + kPadding) <= budget_;
-    if (found == entries_.end() || !possible) {
-        drop(lane.number);
+    if (found == entries_.end()) {
         lane.clear();
         return true;
     }
     // References to elements of a map stay good, and nobody but its helper touches an entry that is
     // being read.
     Entry& entry = found->second;
+    const auto size = static_cast<std::size_t>(lane.file->size());
     try {
-        if (!takeBlock(size + kPadding, entry.block)) {
+        entry.block = blocks_.take(size);
+        if (entry.block == nullptr) {
             return false;
         }
     } catch (const std::exception&) {
@@ -122,7 +114,7 @@ bool LookAhead::startReading(Lane& lane) {
     entry.state = State::Reading;
     entry.version = lane.file->version();
     lane.entry = &entry;
-    lane.reading = FileReading(*lane.file, entry.block.data(), size);
+    lane.reading = FileReading(*lane.file, entry.block, size);
     return true;
 }
 
@@ -140,10 +132,8 @@ void LookAhead::advance(Lock& lock, Lanes& lanes) {
     for (std::size_t i = 0; i < lanes.size(); ++i) {
         Lane& lane = lanes[i];
         if (lane.isReading() && lane.reading.isDone()) {
-            const std::size_t read = lane.reading.bytesRead();
-            ByteBuffer& block = lane.entry->block;
-            std::fill(block.data() + read, block.data() + block.size(), std::uint8_t{0});
-            whole[i] = read == lane.file->size() && lane.file->isStill(lane.entry->version);
+            whole[i] = lane.reading.bytesRead() == lane.file->size() &&
+                       lane.file->isStill(lane.entry->version);
         }
     }
     lock.lock();
@@ -163,51 +153,19 @@ void LookAhead::advance(Lock& lock, Lanes& lanes) {
     }
 }
 
-bool LookAhead::takeBlock(std::size_t size, ByteBuffer& block) {
-    const auto takeSpare = [this](std::multimap<std::size_t, ByteBuffer>::iterator spare) {
-        ByteBuffer taken = std::move(spare->second);
-        spareHeld_ -= spare->first;
-        spare_.erase(spare);
-        return taken;
-    };
-    const auto fits = spare_.lower_bound(size);
-    if (fits != spare_.end()) {
-        block = takeSpare(fits);
-    } else {
-        const std::size_t needed = ByteBuffer::capacityFor(size);
-        if (held_ - spareHeld_ + needed > budget_) {
-            return false;
-        }
-        while (held_ + needed > budget_) {
-            held_ -= takeSpare(spare_.begin()).capacity();
-        }
-    }
-    held_ -= block.capacity();
-    block.resize(size);
-    held_ += block.capacity();
-    return true;
-}
-
-void LookAhead::keepBlock(ByteBuffer block) {
-    if (block.capacity() > 0 && held_ + block.capacity() <= budget_) {
-        held_ += block.capacity();
-        spareHeld_ += block.capacity();
-        spare_.emplace(block.capacity(), std::move(block));
-    }
-}
-
 void LookAhead::drop(std::size_t number) {
     const auto entry = entries_.find(number);
     if (entry != entries_.end()) {
-        held_ -= entry->second.block.capacity();
-        keepBlock(std::move(entry->second.block));
+        if (entry->second.block != nullptr) {
+            blocks_.giveBack(entry->second.block);
+        }
         entries_.erase(entry);
     }
 }
 
 void LookAhead::wakeHelpers() {
     // Not for every block: waking a thread costs about as much as parsing a small font.
-    if (held_ - spareHeld_ <= budget_ / 2) {
+    if (blocks_.inUse() <= budget_ / 2) {
         freed_.notify_all();
     }
 }
@@ -225,27 +183,29 @@ void LookAhead::beginTurn(std::size_t number) {
 
 bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size_t padding,
                        ByteBuffer& buffer, md5_state_t& md5) {
-    if (padding > kPadding) {
-        return false;
-    }
     Lock lock(mutex_);
-    auto entry = entries_.find(number);
+    auto found = entries_.find(number);
     awaited_ = number;
-    while (entry != entries_.end() && entry->second.state == State::Reading) {
+    while (found != entries_.end() && found->second.state == State::Reading) {
         filled_.wait(lock);
-        entry = entries_.find(number);
+        found = entries_.find(number);
     }
     awaited_.reset();
-    if (entry == entries_.end() || entry->second.version != version) {
+    if (found == entries_.end() || found->second.version != version) {
         return false;
     }
-    md5 = entry->second.md5;
-    ByteBuffer& block = entry->second.block;
-    held_ -= block.capacity();
-    buffer.swap(block);
-    buffer.shrink(static_cast<std::size_t>(version.size) + padding);
-    keepBlock(std::move(block));
-    entries_.erase(entry);
+    // Nobody but the reader touches an entry that is ready.
+    const Entry& entry = found->second;
+    lock.unlock();
+    // Copied, since the reader keeps its buffer for as long as it likes; and on its way to the
+    // checksums the file has to come to this processor's cache anyway.
+    const auto size = static_cast<std::size_t>(version.size);
+    buffer.resize(size + padding);
+    std::copy_n(entry.block, size, buffer.data());
+    std::fill_n(buffer.data() + size, padding, std::uint8_t{0});
+    md5 = entry.md5;
+    lock.lock();
+    drop(number);
     wakeHelpers();
     return true;
 }

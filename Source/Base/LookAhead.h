@@ -11,14 +11,15 @@
 #include <thread>
 #include <vector>
 
+#include "BlockPool.h"
 #include "FileBytes.h"
 #include "FileReading.h"
 
 /// Helper threads that read and digest files before their turn comes, several files side by side.
 ///
 /// The files have an order, and one thread (the reader) takes them in that order, one Turn each.
-/// While a Turn is open, FileBytes::readAll on the reader's thread is given the block that a helper
-/// has filled, if the file has not changed since; it reads the file itself whenever there is none.
+/// While a Turn is open, FileBytes::readAll on the reader's thread is given what a helper has read,
+/// if the file has not changed since; it reads the file itself whenever there is nothing.
 /// So the reader sees the same bytes and errors as without helpers.
 class LookAhead {
   public:
@@ -26,8 +27,8 @@ class LookAhead {
     /// An empty path is passed over. Called from the helpers.
     using PathOf = std::function<std::optional<boost::filesystem::path>(std::size_t number)>;
 
-    /// Starts `helpers` threads, or as many as the system allows. All blocks that are being filled
-    /// or wait together take at most `budget` bytes; larger files are left to the reader.
+    /// Starts `helpers` threads, or as many as the system allows. What is being read or waits for
+    /// the reader takes at most `budget` bytes together; larger files are left to the reader.
     LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf);
     LookAhead(const LookAhead&) = delete;
     LookAhead& operator=(const LookAhead&) = delete;
@@ -57,7 +58,7 @@ class LookAhead {
         State state = State::Waiting;
         bool wanted = true;  // its turn has not passed
         FileVersion version;
-        ByteBuffer block;
+        std::uint8_t* block = nullptr;
         md5_state_t md5{};
     };
     // One of the files that a helper has in hand; it belongs to an entry that is Waiting or
@@ -78,8 +79,6 @@ class LookAhead {
     bool claim(Lock& lock, Lane& lane);
     bool startReading(Lane& lane);
     void advance(Lock& lock, Lanes& lanes);
-    bool takeBlock(std::size_t size, ByteBuffer& block);
-    void keepBlock(ByteBuffer block);
     void drop(std::size_t number);
     void wakeHelpers();
 
@@ -94,11 +93,9 @@ class LookAhead {
     std::condition_variable filled_;  // the block that the reader waits for
     std::condition_variable freed_;   // room for more blocks
     bool stopping_ = false;
-    std::optional<std::size_t> awaited_;            // what the reader waits for
-    std::size_t next_ = 0;                          // the first file that nobody has claimed
-    std::map<std::size_t, Entry> entries_;          // claimed by a helper, not passed by the reader
-    std::multimap<std::size_t, ByteBuffer> spare_;  // by capacity
-    std::size_t held_ = 0;                          // bytes of all blocks here, spare or not
-    std::size_t spareHeld_ = 0;                     // bytes of the spare ones
+    std::optional<std::size_t> awaited_;    // what the reader waits for
+    std::size_t next_ = 0;                  // the first file that nobody has claimed
+    std::map<std::size_t, Entry> entries_;  // claimed by a helper, not passed by the reader
+    BlockPool blocks_;
     std::vector<std::thread> helpers_;
 };
