@@ -169,19 +169,26 @@ std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size
 
 std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {
     const auto size = static_cast<std::size_t>(version_.size);
-    if (theSupplier != nullptr && descriptor_ >= 0 &&
-        theSupplier->supply(version_, padding, buffer, md5_)) {
+    const Supplied supplied = theSupplier != nullptr && descriptor_ >= 0
+                                  ? theSupplier->supply(version_, padding, buffer, md5_)
+                                  : Supplied::Nothing;
+    if (supplied == Supplied::Everything) {
         return size;
     }
     buffer.resize(size + padding);
-    FileReading reading(*this, buffer.data(), size);
+    std::fill_n(buffer.data() + size, padding, std::uint8_t{0});
+    if (supplied == Supplied::Digest && readAt(0, buffer.data(), size) == size &&
+        isStill(version_)) {
+        return size;
+    }
+    FileReading reading(*this, size, buffer.data(), size);
     while (!reading.isDone()) {
         FileReading* const one = &reading;
         FileReading::advance({&one, 1});
     }
     md5_ = reading.md5();
     const std::size_t done = reading.bytesRead();
-    std::fill_n(buffer.data() + done, buffer.size() - done, std::uint8_t{0});
+    std::fill_n(buffer.data() + done, size - done, std::uint8_t{0});
     return done;
 }
 

@@ -57,17 +57,18 @@ struct FileVersion {
 class FileBytes {
   public:
     /// Somebody who may have read a file already.
+    enum class Supplied { Nothing, Digest, Everything };
     class Supplier {
       public:
         Supplier() = default;
         Supplier(const Supplier&) = delete;
         Supplier& operator=(const Supplier&) = delete;
         virtual ~Supplier() = default;
-        /// What readAll would do with a file in this state: puts its bytes and `padding` zero bytes
-        /// into `buffer` and the state of their digest into `md5`. False, with both unchanged, when
-        /// it does not have the file in this state.
-        virtual bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
-                            md5_state_t& md5) = 0;
+        /// What readAll would do with a file in this state. Everything: puts its bytes and
+        /// `padding` zero bytes into `buffer` and the state of their digest into `md5`. Digest:
+        /// only the latter. Nothing: leaves both unchanged.
+        virtual Supplied supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
+                                md5_state_t& md5) = 0;
     };
     /// The supplier that readAll asks first on the calling thread; null: none. Not owned.
     static void setSupplier(Supplier* supplier);

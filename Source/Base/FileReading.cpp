@@ -9,13 +9,18 @@ namespace {
 
 constexpr std::size_t kMd5Block = 64;
 // Small enough for a piece of each file to stay in the second-level cache between the read and the
-// digest; a whole number of the digest's blocks.
-constexpr std::size_t kPiece = 128 * 1024;
+// digest.
+static_assert(FileReading::kPiece % kMd5Block == 0 && FileReading::kPiece <= 128 * 1024);
 
 }  // namespace
 
-FileReading::FileReading(const FileBytes& file, std::uint8_t* block, std::size_t size)
-    : file_(&file), block_(block), size_(size), ended_(size == 0) {
+FileReading::FileReading(const FileBytes& file, std::size_t size, std::uint8_t* block,
+                         std::size_t room)
+    : file_(&file),
+      size_(size),
+      block_(block),
+      room_(std::max<std::size_t>(room, 1)),
+      ended_(size == 0) {
     md5_init(&md5_);
 }
 
@@ -26,7 +31,7 @@ void FileReading::advance(std::span<FileReading* const> readings) {
     std::size_t blocks = 0;
     for (FileReading* reading : readings) {
         if (reading->blocksAtHand() == 0 && !reading->ended_) {
-            reading->readPiece(kPiece);
+            reading->readPiece();
         }
         const std::size_t atHand = reading->blocksAtHand();
         if (atHand == 0) {
@@ -34,7 +39,7 @@ void FileReading::advance(std::span<FileReading* const> readings) {
             continue;
         }
         blocks = count == 0 ? atHand : std::min(blocks, atHand);
-        pieces[count] = {&reading->md5_, reading->block_ + reading->digested_};
+        pieces[count] = {&reading->md5_, reading->at(reading->digested_)};
         lanes[count++] = reading;
     }
     if (count > 0) {
@@ -49,14 +54,14 @@ std::size_t FileReading::blocksAtHand() const {
     return (read_ - digested_) / kMd5Block;
 }
 
-void FileReading::readPiece(std::size_t limit) {
-    const std::size_t wanted = std::min(limit, size_ - read_);
-    const std::size_t got = file_->readAt(read_, block_ + read_, wanted);
+void FileReading::readPiece() {
+    const std::size_t wanted = std::min(kPiece, size_ - read_);
+    const std::size_t got = file_->readAt(read_, at(read_), wanted);
     read_ += got;
     ended_ = got < wanted || read_ == size_;
 }
 
 void FileReading::digest(std::size_t count) {
-    md5_append(&md5_, block_ + digested_, count);
+    md5_append(&md5_, at(digested_), count);
     digested_ += count;
 }

@@ -12,9 +12,13 @@ class FileBytes;
 /// in the cache, so that a file's bytes pass through memory once.
 class FileReading {
   public:
+    /// As much as is read at a time.
+    static constexpr std::size_t kPiece = 128 * 1024;
+
     FileReading() = default;
-    /// Will read the first `size` bytes of `file` into `block`; both must outlive the reading.
-    FileReading(const FileBytes& file, std::uint8_t* block, std::size_t size);
+    /// Will read the first `size` bytes of `file` into `block`, which has `room` bytes: at least
+    /// `size`, or kPiece for a file that is only digested. Both must outlive the reading.
+    FileReading(const FileBytes& file, std::size_t size, std::uint8_t* block, std::size_t room);
 
     /// Reads and digests a piece of each of the readings, of which there is at least one and at
     /// most kMd5Lanes, and none is done. Those that are at hand together are digested side by side.
@@ -27,12 +31,14 @@ class FileReading {
 
   private:
     std::size_t blocksAtHand() const;
-    void readPiece(std::size_t limit);
+    std::uint8_t* at(std::size_t offset) const { return block_ + offset % room_; }
+    void readPiece();
     void digest(std::size_t count);
 
     const FileBytes* file_ = nullptr;
-    std::uint8_t* block_ = nullptr;
     std::size_t size_ = 0;
+    std::uint8_t* block_ = nullptr;
+    std::size_t room_ = 1;
     std::size_t read_ = 0;
     std::size_t digested_ = 0;
     bool ended_ = false;

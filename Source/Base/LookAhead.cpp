@@ -76,7 +76,7 @@ bool LookAhead::claim(Lock& lock, Lane& lane) {
             lane.file.emplace();
             // The status first: opening a device is not without effect.
             const bool readable = regularFileSize(*file).has_value() && lane.file->open(*file) &&
-                                  lane.file->size() <= budget_;
+                                  lane.file->size() < kTooLargeToRead;
             lock.lock();
             if (!readable) {
                 drop(lane.number);
@@ -101,8 +101,9 @@ bool LookAhead::startReading(Lane& lane) {
     // being read.
     Entry& entry = found->second;
     const auto size = static_cast<std::size_t>(lane.file->size());
+    const std::size_t room = isKept(size) ? size : FileReading::kPiece;
     try {
-        entry.block = blocks_.take(size);
+        entry.block = blocks_.take(room);
         if (entry.block == nullptr) {
             return false;
         }
@@ -114,7 +115,7 @@ bool LookAhead::startReading(Lane& lane) {
     entry.state = State::Reading;
     entry.version = lane.file->version();
     lane.entry = &entry;
-    lane.reading = FileReading(*lane.file, entry.block, size);
+    lane.reading = FileReading(*lane.file, size, entry.block, room);
     return true;
 }
 
@@ -181,8 +182,8 @@ void LookAhead::beginTurn(std::size_t number) {
     }
 }
 
-bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size_t padding,
-                       ByteBuffer& buffer, md5_state_t& md5) {
+FileBytes::Supplied LookAhead::supply(std::size_t number, const FileVersion& version,
+                                      std::size_t padding, ByteBuffer& buffer, md5_state_t& md5) {
     Lock lock(mutex_);
     auto found = entries_.find(number);
     awaited_ = number;
@@ -192,7 +193,7 @@ bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size
     }
     awaited_.reset();
     if (found == entries_.end() || found->second.version != version) {
-        return false;
+        return FileBytes::Supplied::Nothing;
     }
     // Nobody but the reader touches an entry that is ready.
     const Entry& entry = found->second;
@@ -200,14 +201,17 @@ bool LookAhead::supply(std::size_t number, const FileVersion& version, std::size
     // Copied, since the reader keeps its buffer for as long as it likes; and on its way to the
     // checksums the file has to come to this processor's cache anyway.
     const auto size = static_cast<std::size_t>(version.size);
-    buffer.resize(size + padding);
-    std::copy_n(entry.block, size, buffer.data());
-    std::fill_n(buffer.data() + size, padding, std::uint8_t{0});
+    const bool kept = isKept(size);
+    if (kept) {
+        buffer.resize(size + padding);
+        std::copy_n(entry.block, size, buffer.data());
+        std::fill_n(buffer.data() + size, padding, std::uint8_t{0});
+    }
     md5 = entry.md5;
     lock.lock();
     drop(number);
     wakeHelpers();
-    return true;
+    return kept ? FileBytes::Supplied::Everything : FileBytes::Supplied::Digest;
 }
 
 void LookAhead::endTurn(std::size_t number) {
@@ -235,10 +239,10 @@ LookAhead::Turn::~Turn() {
     lookAhead_.endTurn(number_);
 }
 
-bool LookAhead::Turn::supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
-                             md5_state_t& md5) {
+FileBytes::Supplied LookAhead::Turn::supply(const FileVersion& version, std::size_t padding,
+                                            ByteBuffer& buffer, md5_state_t& md5) {
     FileBytes::setSupplier(nullptr);  // other files may be read in between
-    const bool supplied = lookAhead_.supply(number_, version, padding, buffer, md5);
+    const FileBytes::Supplied supplied = lookAhead_.supply(number_, version, padding, buffer, md5);
     FileBytes::setSupplier(this);
     return supplied;
 }

@@ -28,7 +28,8 @@ class LookAhead {
     using PathOf = std::function<std::optional<boost::filesystem::path>(std::size_t number)>;
 
     /// Starts `helpers` threads, or as many as the system allows. What is being read or waits for
-    /// the reader takes at most `budget` bytes together; larger files are left to the reader.
+    /// the reader takes at most `budget` bytes together. A larger file is only digested ahead,
+    /// which takes much longer than to read it once more.
     LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf);
     LookAhead(const LookAhead&) = delete;
     LookAhead& operator=(const LookAhead&) = delete;
@@ -45,8 +46,8 @@ class LookAhead {
         ~Turn() override;
 
       private:
-        bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
-                    md5_state_t& md5) override;
+        FileBytes::Supplied supply(const FileVersion& version, std::size_t padding,
+                                   ByteBuffer& buffer, md5_state_t& md5) override;
 
         LookAhead& lookAhead_;
         std::size_t number_;
@@ -75,6 +76,8 @@ class LookAhead {
     using Lanes = std::array<Lane, kMd5Lanes>;
     using Lock = std::unique_lock<std::mutex>;
 
+    // Whether a file's bytes wait for the reader, too.
+    bool isKept(std::size_t size) const { return size <= budget_; }
     void help();
     bool claim(Lock& lock, Lane& lane);
     bool startReading(Lane& lane);
@@ -83,8 +86,8 @@ class LookAhead {
     void wakeHelpers();
 
     void beginTurn(std::size_t number);
-    bool supply(std::size_t number, const FileVersion& version, std::size_t padding,
-                ByteBuffer& buffer, md5_state_t& md5);
+    FileBytes::Supplied supply(std::size_t number, const FileVersion& version, std::size_t padding,
+                               ByteBuffer& buffer, md5_state_t& md5);
     void endTurn(std::size_t number);
 
     const std::size_t budget_;

@@ -4,6 +4,7 @@
 #include <boost/filesystem.hpp>
 #include <random>
 
+#include "BlockPool.h"
 #include "LookAhead.h"
 #include "Support.h"
 
@@ -94,26 +95,53 @@ TEST_F(ConcurrencyLookAhead, EndsAtAnyMoment) {
     }
 }
 
-// A block that was filled ahead is handed over, not read again: a file that is written to without
-// a trace in its status shows the bytes of then.
-TEST_F(ConcurrencyLookAhead, ABlockThatWasFilledAheadIsTheOneThatIsRead) {
+// What was read or digested ahead is not read or digested again: of a file that is written to
+// without a trace in its status, it is the state of then that is seen.
+TEST_F(ConcurrencyLookAhead, WhatWasDoneAheadIsNotDoneAgain) {
     struct Fixed : FileBytes::Supplier {
-        bool supply(const FileVersion& version, std::size_t padding, ByteBuffer& buffer,
-                    md5_state_t& md5) override {
-            buffer.resize(static_cast<std::size_t>(version.size) + padding);
-            std::fill_n(buffer.data(), buffer.size(), std::uint8_t{'x'});
+        FileBytes::Supplied supplied = FileBytes::Supplied::Everything;
+
+        FileBytes::Supplied supply(const FileVersion& version, std::size_t padding,
+                                   ByteBuffer& buffer, md5_state_t& md5) override {
+            if (supplied == FileBytes::Supplied::Everything) {
+                buffer.resize(static_cast<std::size_t>(version.size) + padding);
+                std::fill_n(buffer.data(), buffer.size(), std::uint8_t{'x'});
+            }
             md5_init(&md5);
-            return true;
+            return supplied;
         }
     } fixed;
     const fs::path file = folder_.write("file", "abc");
     ByteBuffer buffer;
     FileBytes::setSupplier(&fixed);
-    const Content supplied = contentOf(file, buffer, 1);
+    const Content everything = contentOf(file, buffer, 1);
+    fixed.supplied = FileBytes::Supplied::Digest;
+    const Content digest = contentOf(file, buffer, 1);
     FileBytes::setSupplier(nullptr);
-    EXPECT_EQ(supplied.bytes, bytesOf("xxxx"));
-    EXPECT_EQ(supplied.digest, "d41d8cd98f00b204e9800998ecf8427e");
+    constexpr char kDigestOfNothing[] = "d41d8cd98f00b204e9800998ecf8427e";
+    EXPECT_EQ(everything, (Content{true, bytesOf("xxxx"), kDigestOfNothing}));
+    EXPECT_EQ(digest, (Content{true, bytesOf(std::string("abc\0", 4)), kDigestOfNothing}));
     EXPECT_EQ(contentOf(file, buffer, 0).bytes, bytesOf("abc"));
+}
+
+TEST(BlockPool, FillsTheGapsThatBlocksLeave) {
+    BlockPool pool(1000);
+    std::uint8_t* const first = pool.take(500);
+    std::uint8_t* const second = pool.take(300);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
+    EXPECT_GE(second - first, 500);
+    EXPECT_EQ(pool.take(300), nullptr);
+    pool.giveBack(first);
+    EXPECT_EQ(pool.take(513), nullptr);
+    std::uint8_t* const third = pool.take(200);
+    EXPECT_EQ(third, first);
+    std::uint8_t* const fourth = pool.take(0);
+    EXPECT_TRUE(fourth >= third + 200 && fourth < second);
+    for (const std::uint8_t* block : {second, third, fourth}) {
+        pool.giveBack(block);
+    }
+    EXPECT_EQ(pool.inUse(), 0u);
+    EXPECT_EQ(pool.take(1001), nullptr);
 }
 
 }  // namespace

@@ -38,4 +38,25 @@ TEST(Md5, PiecesOfAnySizeGiveTheDigestOfTheWhole) {
     }
 }
 
+TEST(Md5, ComputationsSideBySideDoNotMeet) {
+    Bytes bytes(64 * 40);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(i * i / 64 + i);
+    }
+    for (std::size_t count = 1; count <= kMd5Lanes; ++count) {
+        std::array<md5_state_t, kMd5Lanes> states;
+        std::vector<Md5Piece> pieces;
+        for (std::size_t i = 0; i < count; ++i) {
+            md5_init(&states[i]);
+            pieces.push_back({&states[i], &bytes[64 * i]});
+        }
+        md5AppendSideBySide(pieces, 30);
+        for (std::size_t i = 0; i < count; ++i) {
+            md5_append(&states[i], &bytes[64 * (30 + i)], 100);
+            EXPECT_EQ(md5FinishHex(&states[i]), md5Hex(ByteView(&bytes[64 * i], 64 * 30 + 100)))
+                << i << " of " << count;
+        }
+    }
+}
+
 }  // namespace
