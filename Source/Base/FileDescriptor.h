@@ -28,7 +28,11 @@ class FileDescriptor {
     int descriptor_ = -1;
 };
 
+/// The error with this errno value.
+inline boost::system::error_code systemError(int number) {
+    return {number, boost::system::system_category()};
+}
 /// The error of the system call that has just failed.
 inline boost::system::error_code lastSystemError() {
-    return {errno, boost::system::system_category()};
+    return systemError(errno);
 }

@@ -103,7 +103,7 @@ std::optional<fs::path> linkTargetBelow(const fs::path& root, const fs::path& li
     }
     std::optional<fs::path> below = pathBelowOrEqual(realRoot, target);
     if (!below) {
-        error.assign(EXDEV, boost::system::system_category());
+        error = systemError(EXDEV);
     }
     return below;
 }
@@ -153,6 +153,6 @@ FileDescriptor openFolderBelow(const fs::path& root, const fs::path& relative,
         }
         elements = normalisedElements((*target / joined(element + 1, elements.cend())).string());
     }
-    error.assign(ELOOP, boost::system::system_category());
+    error = systemError(ELOOP);
     return {};
 }

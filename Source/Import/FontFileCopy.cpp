@@ -17,10 +17,6 @@ using boost::system::error_code;
 
 constexpr std::size_t kPiece = 256 * 1024;
 
-error_code errorOf(int number) {
-    return {number, boost::system::system_category()};
-}
-
 /// A regular file, open for one reading from its start to its end.
 class Source {
   public:
@@ -31,7 +27,7 @@ class Source {
             return lastSystemError();
         }
         if (!S_ISREG(status_.st_mode)) {
-            return errorOf(S_ISDIR(status_.st_mode) ? EISDIR : EOPNOTSUPP);
+            return systemError(S_ISDIR(status_.st_mode) ? EISDIR : EOPNOTSUPP);
         }
         return {};
     }
@@ -80,10 +76,10 @@ error_code copyBytes(Source& source, NewFile& copy) {
             return error;
         }
         if (const int error = copy.write(ByteView(piece))) {
-            return errorOf(error);
+            return systemError(error);
         }
         if (piece.size() < buffer.size()) {
-            return source.wasReadWhole() ? error_code() : errorOf(EIO);
+            return source.wasReadWhole() ? error_code() : systemError(EIO);
         }
     }
 }
@@ -108,7 +104,7 @@ error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
     const mode_t mode = file.status().st_mode & 0777;
     NewFile copy;
     if (const int error = copy.create(folder, name, mode)) {
-        return errorOf(error);
+        return systemError(error);
     }
     if (const error_code error = copyBytes(file, copy)) {
         return error;
@@ -139,7 +135,7 @@ error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
     if (error != 0 && besideIsOurs) {
         beside.withdraw();
     }
-    return error == 0 ? error_code() : errorOf(error);
+    return error == 0 ? error_code() : systemError(error);
 }
 
 bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {

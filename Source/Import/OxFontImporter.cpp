@@ -24,10 +24,6 @@ const LogChannel& logChannel() {
     return channel;
 }
 
-error_code errorOf(int number) {
-    return {number, boost::system::system_category()};
-}
-
 // Links are not followed: a dangling one takes a name, too.
 bool isTaken(const fs::path& path) {
     struct stat status;
@@ -179,7 +175,7 @@ void OxFontImporter::move(const fs::path& source, const fs::path& output,
     } catch (const std::exception& error) {
         // A host's own mover; the base lets nothing out.
         logChannel().error(error.what());
-        mover_->setLastCopy(CopyResult::failed(errorOf(EIO)));
+        mover_->setLastCopy(CopyResult::failed(systemError(EIO)));
     }
 }
 
@@ -195,7 +191,7 @@ CopyResult OxFontImporter::outcomeOfMove(const fs::path& source, const fs::path&
         return {CopyOutcome::Copied, {}};
     }
     return folderError ? CopyResult{CopyOutcome::NoFolder, {}}
-                       : CopyResult::failed(errorOf(ECANCELED));
+                       : CopyResult::failed(systemError(ECANCELED));
 }
 
 CopyResult OxFontImporter::rehearse(const fs::path& source, const fs::path& target,

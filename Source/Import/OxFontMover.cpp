@@ -17,27 +17,6 @@ namespace {
 namespace fs = boost::filesystem;
 using boost::system::error_code;
 
-error_code errorOf(int number) {
-    return {number, boost::system::system_category()};
-}
-
-error_code errorOfStatus(std::int16_t status) {
-    switch (status) {
-        case noErr:
-            return {};
-        case fnfErr:
-            return errorOf(ENOENT);
-        case permErr:
-            return errorOf(EACCES);
-        case tmfoErr:
-            return errorOf(EMFILE);
-        case memFullErr:
-            return errorOf(ENOMEM);
-        default:
-            return errorOf(EIO);
-    }
-}
-
 FileDescriptor openFolder(const fs::path& folder, error_code& error) {
     FileDescriptor descriptor(
         ::open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -82,9 +61,9 @@ void OxFontMover::Move(const fs::path& source, const fs::path& destination,
     } catch (const boost::system::system_error& error) {
         lastCopy_ = CopyResult::failed(error.code());
     } catch (const std::bad_alloc&) {
-        lastCopy_ = CopyResult::failed(errorOf(ENOMEM));
+        lastCopy_ = CopyResult::failed(systemError(ENOMEM));
     } catch (const std::exception&) {
-        lastCopy_ = CopyResult::failed(errorOf(EIO));
+        lastCopy_ = CopyResult::failed(systemError(EIO));
     }
 }
 
@@ -107,7 +86,7 @@ CopyResult OxFontMover::copy(const fs::path& source, const fs::path& destination
     if (forks.status != noErr) {
         // The file's own trouble has a name; that of its forks only a status.
         haveEqualBytes(source, source, error);
-        return CopyResult::failed(error ? error : errorOfStatus(forks.status));
+        return CopyResult::failed(error ? error : systemError(errnoOfStatus(forks.status)));
     }
     std::vector<std::uint8_t> sidecar;
     if (!forks.empty()) {
@@ -135,7 +114,7 @@ CopyResult OxFontMover::compare(const fs::path& source, const fs::path& destinat
     const ExternalForks other = forks_.externalForks(destination);
     for (const ExternalForks* forks : {&one, &other}) {
         if (forks->status != noErr) {
-            return CopyResult::failed(errorOfStatus(forks->status));
+            return CopyResult::failed(systemError(errnoOfStatus(forks->status)));
         }
     }
     return {

@@ -87,7 +87,7 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
                                            : CopyResult::failed(error));
         return;
     }
-    CopyResult result = CopyResult::failed({ENOMEM, boost::system::system_category()});
+    CopyResult result = CopyResult::failed(systemError(ENOMEM));
     try {
         result = copySuitcase(*font, file, destination() / below->parent_path(), name);
     } catch (const std::bad_alloc&) {

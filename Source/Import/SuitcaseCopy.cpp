@@ -4,9 +4,9 @@
 #include <boost/thread/lock_guard.hpp>
 #include <cerrno>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
+#include "FileDescriptor.h"
 #include "FondViews.h"
 #include "MacResourceTypes.h"
 #include "ParserSupport.h"
@@ -23,16 +23,6 @@ struct Resource {
     std::vector<std::uint8_t> name;  // Pascal string
     std::vector<std::uint8_t> data;
 };
-
-boost::system::error_code errorOfStatus(std::int16_t status) {
-    constexpr std::pair<std::int16_t, int> kErrors[] = {{fnfErr, ENOENT},     {permErr, EACCES},
-                                                        {dskFulErr, ENOSPC},  {tmfoErr, EMFILE},
-                                                        {memFullErr, ENOMEM}, {dupFNErr, EEXIST}};
-    const auto* const found =
-        std::find_if(std::begin(kErrors), std::end(kErrors),
-                     [status](const auto& row) { return row.first == status; });
-    return {found != std::end(kErrors) ? found->second : EIO, boost::system::system_category()};
-}
 
 // A status as an exception, so that every way out closes what is open.
 class StatusError : public std::runtime_error {
@@ -180,9 +170,9 @@ CopyResult copySuitcase(const OxFont& font, const fs::path& file, const fs::path
             require(status);
         }
     } catch (const StatusError& error) {
-        result = CopyResult::failed(errorOfStatus(error.status()));
+        result = CopyResult::failed(systemError(errnoOfStatus(error.status())));
     } catch (const std::runtime_error&) {
-        result = CopyResult::failed(errorOfStatus(fnfErr));  // the source is no resource file
+        result = CopyResult::failed(systemError(ENOENT));  // the source is no resource file
     }
     UseResFile(current);
     return result;

@@ -32,3 +32,24 @@ std::int16_t statusOfErrno(int error) {
             return ioErr;
     }
 }
+
+int errnoOfStatus(std::int16_t status) {
+    switch (status) {
+        case noErr:
+            return 0;
+        case fnfErr:
+            return ENOENT;
+        case permErr:
+            return EACCES;
+        case tmfoErr:
+            return EMFILE;
+        case memFullErr:
+            return ENOMEM;
+        case dskFulErr:
+            return ENOSPC;
+        case dupFNErr:
+            return EEXIST;
+        default:
+            return EIO;
+    }
+}
