@@ -7,6 +7,7 @@
 
 #include "Ascii.h"
 #include "UnicodeDecompositions.h"
+#include "Utf8Encoding.h"
 
 namespace {
 
@@ -35,20 +36,6 @@ std::optional<Character> multiByteCharacter(std::string_view text) {
         code = code << 6 | (byte(i) & 0x3Fu);
     }
     return Character{code, length};
-}
-
-void appendUtf8(std::string& out, char32_t code) {
-    const auto put = [&](char32_t value) { out.push_back(static_cast<char>(value)); };
-    if (code < 0x80) {
-        put(code);
-    } else if (code < 0x800) {
-        put(0xC0 | code >> 6);
-        put(0x80 | (code & 0x3F));
-    } else {
-        put(0xE0 | code >> 12);
-        put(0x80 | (code >> 6 & 0x3F));
-        put(0x80 | (code & 0x3F));
-    }
 }
 
 void appendDecomposed(std::string& out, char32_t code) {

@@ -5,15 +5,7 @@
 #include <cstdint>
 
 #include "ByteView.h"
-
-/// A four-character code packed big-endian, the way types and creators are compared.
-constexpr std::uint32_t fourCharCode(const char (&text)[5]) {
-    std::uint32_t code = 0;
-    for (int i = 0; i < 4; ++i) {
-        code = code << 8 | static_cast<std::uint8_t>(text[i]);
-    }
-    return code;
-}
+#include "FourCharCode.h"
 
 /// The 32 bytes that the Finder keeps for a file: type at 0, creator at 4, flags at 8, then place,
 /// icon and comment (Inside Macintosh: Macintosh Toolbox Essentials, FInfo and FXInfo). Big-endian,

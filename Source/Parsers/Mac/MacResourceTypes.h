@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "FinderInfo.h"
+#include "FourCharCode.h"
 
 /// Resource types of classic fonts. All are below 2^31, so a record holds them as an int.
 constexpr std::uint32_t kFondType = fourCharCode("FOND");

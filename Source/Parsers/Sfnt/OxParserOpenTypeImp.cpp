@@ -15,7 +15,7 @@ constexpr char kCategory[] = "OxParserOpenTypeImp";
 constexpr std::uint32_t kLongestName = 255;
 
 constexpr SfntFormat::Version kVersions[] = {
-    {tagOf("OTTO"), "Open Type", -1},
+    {fourCharCode("OTTO"), "Open Type", -1},
     {kTrueTypeVersion, "MacOrWindows", -1},
 };
 // The tag is not that of a real CFF table ('CFF ', upper case); hosts see no CFF diagnostics.

@@ -27,13 +27,13 @@ constexpr std::size_t kCopyrightLookUp = 4095;  // characters of a copyright tha
 
 constexpr SfntFormat::Version kFileVersions[] = {
     {kTrueTypeVersion, "MacOrWindows", -1},
-    {tagOf("OTTO"), "Open Type", OxFont::OTTT},
-    {tagOf("true"), "Macintosh", -1},
-    {tagOf("typ1"), "Macintosh", OxFont::T1},
+    {fourCharCode("OTTO"), "Open Type", OxFont::OTTT},
+    {fourCharCode("true"), "Macintosh", -1},
+    {fourCharCode("typ1"), "Macintosh", OxFont::T1},
 };
 constexpr SfntFormat::Version kPlainVersions[] = {
     {kTrueTypeVersion, "MacOrWindows", -1},
-    {tagOf("true"), "Macintosh", -1},
+    {fourCharCode("true"), "Macintosh", -1},
 };
 constexpr SfntFormat kFile = {kCategory, kFileVersions, OxFont::TTF, false, true, nullptr, -1};
 constexpr SfntFormat kPlainFile = {kCategory, kPlainVersions, OxFont::TTF, true, true, nullptr, -1};
@@ -48,7 +48,7 @@ std::string tagText(std::uint32_t tag) {
 }
 
 const SfntTable& row(const char (&tag)[5]) {
-    return *findSfntTable(tagOf(tag));
+    return *findSfntTable(fourCharCode(tag));
 }
 
 // Runs of equal fields that a table's conversion covers, one row a run; a run is converted when the
@@ -347,7 +347,7 @@ void OxParserTrueTypeImp::walkDirectory(OxFont& font, std::uint64_t start, unsig
 
 void OxParserTrueTypeImp::walkTable(const ttf::tagTableDirectory& record, OxFont& font,
                                     const SfntFormat& format) {
-    if (record.tag == tagOf("DSIG") && format.signatureSetsType) {
+    if (record.tag == fourCharCode("DSIG") && format.signatureSetsType) {
         font.setFontType(OxFont::OTTT);
         return;
     }
@@ -355,7 +355,7 @@ void OxParserTrueTypeImp::walkTable(const ttf::tagTableDirectory& record, OxFont
     if (format.extraTable != nullptr && format.extraTable->tag == record.tag) {
         table = format.extraTable;
     }
-    if (table == nullptr || (record.tag == tagOf("kern") && !format.readsKerning)) {
+    if (table == nullptr || (record.tag == fourCharCode("kern") && !format.readsKerning)) {
         return;
     }
     LogChannel(format.category).info(table->logText);
@@ -374,7 +374,8 @@ bool OxParserTrueTypeImp::preflightTable(const ttf::tagTableDirectory* record, O
         static_cast<std::uint32_t>(getTableStructureSize(static_cast<int>(record->tag)));
     // 32-bit sums, which wrap. Older, shorter 'OS/2' tables pass.
     const bool tableOutside = record->offset + record->length > size;
-    const bool structureOutside = record->offset + structure > size && record->tag != tagOf("OS/2");
+    const bool structureOutside =
+        record->offset + structure > size && record->tag != fourCharCode("OS/2");
     if (tableOutside || structureOutside) {
         font.addDiagnostic(eError, 11013, tagText(record->tag));
         return false;

@@ -3,16 +3,8 @@
 #include <cstdint>
 #include <span>
 
+#include "FourCharCode.h"
 #include "OxParserTrueTypeImp.h"
-
-/// A four-character tag as the 32-bit value whose most significant byte is its first character.
-constexpr std::uint32_t tagOf(const char (&text)[5]) {
-    std::uint32_t tag = 0;
-    for (int i = 0; i < 4; ++i) {
-        tag = tag << 8 | static_cast<std::uint8_t>(text[i]);
-    }
-    return tag;
-}
 
 /// One table that the parsers read, and everything that its reports say.
 struct SfntTable {

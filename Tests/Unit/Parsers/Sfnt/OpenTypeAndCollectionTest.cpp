@@ -26,7 +26,7 @@ class OpenType : public testing::Test {
         EXPECT_EQ(fonts->size(), 1u);
         return OxFont(fonts->front());
     }
-    static SfntBuilder otto() { return SfntBuilder::goodFont().version(tagOf("OTTO")); }
+    static SfntBuilder otto() { return SfntBuilder::goodFont().version(fourCharCode("OTTO")); }
 
     TemporaryFolder folder;
     OxParserOpenTypeImp parser{0};
@@ -44,7 +44,7 @@ TEST_F(OpenType, VersionsAndTypes) {
 
     EXPECT_EQ(parse(SfntBuilder::goodFont()).getAttribute(ePlatform), "MacOrWindows");
     for (const char* tag : {"true", "typ1"}) {
-        const std::uint32_t version = tag == std::string("true") ? tagOf("true") : tagOf("typ1");
+        const std::uint32_t version = tag == std::string("true") ? fourCharCode("true") : fourCharCode("typ1");
         const OxFont other = parse(SfntBuilder::goodFont().version(version));
         EXPECT_THAT(diagnosticLines(other), ElementsAre("error -1003"));
         EXPECT_EQ(other.getFontType(), OxFont::notSure);
@@ -57,7 +57,7 @@ TEST_F(OpenType, WithoutTablesOrWithTooManyThereIsNoType) {
     EXPECT_EQ(parse(otto().tableCount(37)).getFontType(), OxFont::notSure);
     // A directory that goes past the end keeps the steps after the walk.
     SfntBuilder font;
-    font.version(tagOf("OTTO")).tableCount(5).table("zzzz", Bytes(20));
+    font.version(fourCharCode("OTTO")).tableCount(5).table("zzzz", Bytes(20));
     EXPECT_EQ(parse(font).getFontType(), OxFont::OTPS);
 }
 
@@ -174,7 +174,7 @@ TEST_F(Collection, OddMembers) {
     const SfntBuilder good = SfntBuilder::goodFont();
     const std::string scalar = "error 0 True type collection must have Windows scalar type";
     FontList fonts = parse(SfntBuilder::collection(
-        {SfntBuilder(good).version(tagOf("OTTO")), SfntBuilder(good).version(tagOf("true")),
+        {SfntBuilder(good).version(fourCharCode("OTTO")), SfntBuilder(good).version(fourCharCode("true")),
          SfntBuilder(good).tableCount(37), SfntBuilder(good).tableCount(0)}));
     ASSERT_EQ(fonts->size(), 4u);
     EXPECT_THAT(diagnosticLines((*fonts)[0]), ElementsAre(scalar));

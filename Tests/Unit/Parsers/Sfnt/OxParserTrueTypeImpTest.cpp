@@ -89,9 +89,9 @@ TEST_F(TrueTypeParser, TheVersionDecidesPlatformAndType) {
         Lines diagnostics;
     };
     const Case cases[] = {
-        {0x00010000, "MacOrWindows", 5, {}},     {tagOf("OTTO"), "Open Type", 8, {}},
-        {tagOf("true"), "Macintosh", 5, {}},     {tagOf("typ1"), "Macintosh", 0, {}},
-        {tagOf("ttcf"), "", 5, {"error -1003"}}, {0x00020000, "", 5, {"error -1003"}},
+        {0x00010000, "MacOrWindows", 5, {}},     {fourCharCode("OTTO"), "Open Type", 8, {}},
+        {fourCharCode("true"), "Macintosh", 5, {}},     {fourCharCode("typ1"), "Macintosh", 0, {}},
+        {fourCharCode("ttcf"), "", 5, {"error -1003"}}, {0x00020000, "", 5, {"error -1003"}},
     };
     for (const Case& c : cases) {
         const OxFont font = parse(SfntBuilder::goodFont().version(c.version));
@@ -176,8 +176,8 @@ TEST_F(TrueTypeParser, AStructureMustFitButOldOS2TablesPass) {
     font.table("OS/2", BigEndian().zeros(78)).table("maxp", BigEndian().u32(0x5000).u16(1));
     const Lines lines = problems(font);
     EXPECT_THAT(lines, ElementsAre("error 11013 maxp"));
-    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(tagOf("OS/2"))), 96);
-    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(tagOf("head"))), 46);
+    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("OS/2"))), 96);
+    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("head"))), 46);
     EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(0), 0);
     EXPECT_FALSE(parser.preflightTable(nullptr, *std::make_unique<OxFont>(), 100));
 }
@@ -352,16 +352,16 @@ TEST_F(TrueTypeParser, OS2IsConvertedByGroupsOfItsLength) {
 
 TEST_F(TrueTypeParser, TheThirdEntryReadsKernAndAcceptsTwoVersions) {
     SfntBuilder font = SfntBuilder::goodFont().table("kern", bytesOf("xx"));
-    const auto file = folder.write("a.ttf", font.version(tagOf("true")).build());
+    const auto file = folder.write("a.ttf", font.version(fourCharCode("true")).build());
     ttf::tagFontDirectory directory{};
     FontList fonts(parser.validate(file, directory));
-    EXPECT_EQ(directory.version, tagOf("true"));
+    EXPECT_EQ(directory.version, fourCharCode("true"));
     EXPECT_EQ(directory.numTables, 11);
     EXPECT_EQ(fonts->front().getAttribute(ePlatform), "Macintosh");
     EXPECT_THAT(diagnosticLines(fonts->front()), ElementsAre("error 11801 Missing kerning table",
                                                              "error 11051 Invalid kerning table"));
 
-    folder.write("a.ttf", font.version(tagOf("OTTO")).build());
+    folder.write("a.ttf", font.version(fourCharCode("OTTO")).build());
     fonts.reset(parser.validate(file, directory));
     EXPECT_THAT(diagnosticLines(fonts->front()), ElementsAre("error -1003"));
     EXPECT_EQ(fonts->front().getFontType(), OxFont::TTF);
