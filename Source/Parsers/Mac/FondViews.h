@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "ByteView.h"
 #include "Export.h"
@@ -41,6 +42,9 @@ class FondView {
     std::uint16_t entryCountWord() const { return fond_.u16be(52); }
     /// An association entry, counted from 0; nothing when it does not lie wholly inside.
     std::optional<AsscEntry> entry(unsigned index) const;
+    /// The association entries that the count word tells of, read as a signed number, as far as
+    /// they lie wholly inside.
+    std::vector<AsscEntry> entries() const;
 
   private:
     ZeroPaddedView fond_;

@@ -61,22 +61,22 @@ class OxParserDfontImp::Walk {
     }
 
     void readEntries(Handle fond, OxFont& record) {
-        const FondView family(handleBytes(fond));
-        const auto last = static_cast<std::int16_t>(family.entryCountWord());
-        for (int i = 0; i <= last && !budget_.isExhausted(); ++i) {
-            const auto entry = family.entry(static_cast<unsigned>(i));
-            if (!entry) {
+        for (const AsscEntry& entry : FondView(handleBytes(fond)).entries()) {
+            if (budget_.isExhausted()) {
                 return;
             }
-            if (!parser_.validateAssoc(record, &*entry)) {
-                continue;
+            if (parser_.validateAssoc(record, &entry)) {
+                addFonts(outlines_.of(fond, entry).fonts);
             }
-            for (const OxFont& font : outlines_.of(fond, *entry).fonts) {
-                fonts_.push_back(new OxFont(font));
-                budget_.addKept(font);
-                if (budget_.isExhausted()) {
-                    return;
-                }
+        }
+    }
+
+    void addFonts(const FontList& fonts) {
+        for (const OxFont& font : fonts) {
+            fonts_.push_back(new OxFont(font));
+            budget_.addKept(font);
+            if (budget_.isExhausted()) {
+                return;
             }
         }
     }

@@ -17,9 +17,15 @@ using FontList = boost::ptr_vector<OxFont>;
 constexpr int kMissingPrinterFont = 15310;  // not in the catalogue, its text goes with it
 constexpr char kYes[] = "YES";
 
-Handle findStrike(std::int16_t id) {
+struct Strike {
+    Handle handle;  // null: there is none
+    ResType type;
+};
+
+Strike findStrike(std::int16_t id) {
     const Handle strike = Get1Resource(kNfntType, id);
-    return strike != nullptr ? strike : Get1Resource(kFontType, id);
+    return strike != nullptr ? Strike{strike, kNfntType}
+                             : Strike{Get1Resource(kFontType, id), kFontType};
 }
 
 // A printer font is a file of that name in that folder, nothing that a made-up name leads to
@@ -50,7 +56,7 @@ FontList* OxParserPostscriptImp::parseFont(const fs::path& file, char** fondHand
     if (!styles) {
         throw std::runtime_error("Corrupt Font:  No Style Table");
     }
-    const Handle strike = findStrike(entry->fontID);
+    const Handle strike = findStrike(entry->fontID).handle;
     font.setAttributeAsInt(eSize, entry->fontSize);
     font.setAttributeAsInt(eStyle, entry->fontStyle);
     setAttributes(file, font, fondHandle, strike);
@@ -72,15 +78,11 @@ bool OxParserPostscriptImp::validateAssoc(OxFont& font, const AsscEntry* entry) 
     if (entry->fontSize < 1) {
         return true;
     }
-    Handle strike = nullptr;
-    for (const ResType type : {kNfntType, kFontType}) {
-        strike = Get1Resource(type, entry->fontID);
-        if (strike != nullptr) {
-            font.addResource(static_cast<int>(type), entry->fontID);
-            break;
-        }
+    const Strike strike = findStrike(entry->fontID);
+    if (strike.handle != nullptr) {
+        font.addResource(static_cast<int>(strike.type), entry->fontID);
     }
-    return OxFontUtilitiesMac::validateStrike(font, strike);
+    return OxFontUtilitiesMac::validateStrike(font, strike.handle);
 }
 
 void OxParserPostscriptImp::setAttributes(const fs::path& file, OxFont& font, char** fondHandle,

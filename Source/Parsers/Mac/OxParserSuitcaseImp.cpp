@@ -59,17 +59,11 @@ class SuitcaseWalk {
 
   private:
     void readEntries(Handle fond) {
-        const FondView family(handleBytes(fond));
-        const auto last = static_cast<std::int16_t>(family.entryCountWord());
-        for (int i = 0; i <= last; ++i) {
-            const auto entry = family.entry(static_cast<unsigned>(i));
-            if (!entry) {
-                return;
-            }
+        for (const AsscEntry& entry : FondView(handleBytes(fond)).entries()) {
             if (budget_.isExhausted()) {
                 throw std::runtime_error(CollectionBudget::kTooEntangled);
             }
-            readEntry(fond, *entry);
+            readEntry(fond, entry);
         }
     }
 
