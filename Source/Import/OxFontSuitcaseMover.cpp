@@ -74,12 +74,13 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
         return;
     }
     // The texts come out of the font: neither may lead anywhere else.
-    const fs::path folder = destination() / font->getGeneratedSuitcaseFolder();
-    const auto below = pathBelow(destination(), folder / name);
+    const auto below =
+        pathBelow(destination(), destination() / font->getGeneratedSuitcaseFolder() / name);
     if (!below || name == "." || name.find('/') != std::string::npos) {
         setLastCopy(CopyResult{CopyOutcome::Refused, {}});
         return;
     }
+    const fs::path folder = destination() / below->parent_path();
     boost::system::error_code error;
     openFolderBelow(destination(), below->parent_path(), MissingFolders::Create, error);
     if (error) {
@@ -89,7 +90,7 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
     }
     CopyResult result = CopyResult::failed(systemError(ENOMEM));
     try {
-        result = copySuitcase(*font, file, destination() / below->parent_path(), name);
+        result = copySuitcase(*font, file, folder, name);
     } catch (const std::bad_alloc&) {
         // What was prepared is discarded; the result says it.
     }

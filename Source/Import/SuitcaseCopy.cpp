@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 #include <cerrno>
+#include <set>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "FileDescriptor.h"
@@ -17,11 +19,13 @@ namespace {
 
 namespace fs = boost::filesystem;
 
+// A resource of the source file, which is open as long as the views are used. Many references of a
+// hostile map may name the same bytes: copies of them could take any amount of memory.
 struct Resource {
     ResType type = 0;
     std::int16_t id = 0;
     std::vector<std::uint8_t> name;  // Pascal string
-    std::vector<std::uint8_t> data;
+    ByteView data;
 };
 
 // A status as an exception, so that every way out closes what is open.
@@ -46,50 +50,45 @@ ForkNameOperation forkOf(const fs::path& file) {
     return hasExtension(file, ".DFONT") ? FSGetDataForkName : FSGetResourceForkName;
 }
 
-void collect(ResType type, std::int16_t id, std::vector<Resource>& resources) {
-    const bool known = std::any_of(resources.begin(), resources.end(),
-                                   [&](const Resource& r) { return r.type == type && r.id == id; });
-    const Handle handle = known ? nullptr : Get1Resource(type, id);
-    if (handle == nullptr) {
-        return;
+// What is copied: resources of the current file, each once, in the order of asking.
+class Collection {
+  public:
+    void add(ResType type, std::int16_t id) {
+        const Handle handle = known_.emplace(type, id).second ? Get1Resource(type, id) : nullptr;
+        if (handle == nullptr) {
+            return;
+        }
+        Str255 name = {};
+        GetResInfo(handle, nullptr, nullptr, name);
+        resources_.push_back({type, id, {name, name + 1 + name[0]}, handleBytes(handle)});
     }
-    Str255 name = {};
-    GetResInfo(handle, nullptr, nullptr, name);
-    const ByteView bytes = handleBytes(handle);
-    resources.push_back(
-        {type, id, {name, name + 1 + name[0]}, {bytes.data(), bytes.data() + bytes.size()}});
-}
+    const std::vector<Resource>& resources() const { return resources_; }
+
+  private:
+    std::set<std::pair<ResType, std::int16_t>> known_;
+    std::vector<Resource> resources_;
+};
 
 // The family first, then what its entries name, then what else the record has met.
-std::vector<Resource> resourcesOf(const OxFont& font, const fs::path& file) {
-    ResourceFileSession session;
-    session.open(referenceTo(file), forkOf(file));
-    std::vector<Resource> resources;
-    collect(kFondType,
-            static_cast<std::int16_t>(font.getResourceByType(static_cast<int>(kFondType)).second),
-            resources);
-    if (resources.empty()) {
+std::vector<Resource> resourcesOf(const OxFont& font) {
+    Collection collection;
+    collection.add(kFondType, static_cast<std::int16_t>(
+                                  font.getResourceByType(static_cast<int>(kFondType)).second));
+    if (collection.resources().empty()) {
         throw StatusError(resNotFound);
     }
-    const std::vector<std::uint8_t> family = resources.front().data;
-    const FondView fond{ByteView(family)};
-    const auto last = static_cast<std::int16_t>(fond.entryCountWord());
-    for (int i = 0; i <= last; ++i) {
-        const auto entry = fond.entry(static_cast<unsigned>(i));
-        if (!entry) {
-            break;
-        }
-        if (entry->fontSize > 0) {
-            collect(kNfntType, entry->fontID, resources);
-            collect(kFontType, entry->fontID, resources);
+    for (const AsscEntry& entry : FondView(collection.resources().front().data).entries()) {
+        if (entry.fontSize > 0) {
+            collection.add(kNfntType, entry.fontID);
+            collection.add(kFontType, entry.fontID);
         } else {
-            collect(kSfntType, entry->fontID, resources);
+            collection.add(kSfntType, entry.fontID);
         }
     }
     for (const auto& [type, id] : font.resources()) {
-        collect(static_cast<ResType>(type), static_cast<std::int16_t>(id), resources);
+        collection.add(static_cast<ResType>(type), static_cast<std::int16_t>(id));
     }
-    return resources;
+    return collection.resources();
 }
 
 void write(const std::vector<Resource>& resources, const FSRef& suitcase) {
@@ -100,8 +99,10 @@ void write(const std::vector<Resource>& resources, const FSRef& suitcase) {
     try {
         for (const Resource& resource : resources) {
             const Handle handle = NewHandle(static_cast<std::int32_t>(resource.data.size()));
-            require(ResError());
-            std::copy(resource.data.begin(), resource.data.end(), *handle);
+            if (handle == nullptr) {
+                throw StatusError(memFullErr);
+            }
+            std::copy_n(resource.data.text().data(), resource.data.size(), *handle);
             AddResource(handle, resource.type, resource.id, resource.name.data());
             if (const std::int16_t status = ResError(); status != noErr) {
                 DisposeHandle(handle);
@@ -130,9 +131,7 @@ bool holdsSame(const fs::path& suitcase, const std::vector<Resource>& resources)
         return held == static_cast<int>(resources.size()) &&
                std::all_of(resources.begin(), resources.end(), [](const Resource& r) {
                    const Handle handle = Get1Resource(r.type, r.id);
-                   const std::string_view data(reinterpret_cast<const char*>(r.data.data()),
-                                               r.data.size());
-                   return handle != nullptr && handleBytes(handle).text() == data;
+                   return handle != nullptr && handleBytes(handle).text() == r.data.text();
                });
     } catch (const std::runtime_error&) {
         return false;  // no resource file
@@ -144,10 +143,11 @@ bool holdsSame(const fs::path& suitcase, const std::vector<Resource>& resources)
 CopyResult copySuitcase(const OxFont& font, const fs::path& file, const fs::path& folder,
                         const std::string& name) {
     const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
-    const std::int16_t current = CurResFile();
     CopyResult result{CopyOutcome::Copied, {}};
     try {
-        const std::vector<Resource> resources = resourcesOf(font, file);
+        ResourceFileSession session;
+        session.open(referenceTo(file), forkOf(file));
+        const std::vector<Resource> resources = resourcesOf(font);
         FSRef parent;
         require(FSPathMakeRef(folder.c_str(), &parent));
         HFSUniStr255 forkName;
@@ -174,6 +174,5 @@ CopyResult copySuitcase(const OxFont& font, const fs::path& file, const fs::path
     } catch (const std::runtime_error&) {
         result = CopyResult::failed(systemError(ENOENT));  // the source is no resource file
     }
-    UseResFile(current);
     return result;
 }

@@ -1,6 +1,7 @@
 #include "OxFontSuitcaseMover.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <boost/smart_ptr/make_shared.hpp>
 
@@ -172,6 +173,58 @@ TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
         mover.Move(font);
         EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Refused) << name;
     }
+}
+
+TEST_F(SuitcaseMove, PutsPrinterFontsBesideTheSuitcaseWhateverTheFoundryIsCalled) {
+    auto font = bitmapRecord();
+    ASSERT_TRUE(font);
+    const fs::path name = font->printerFontPaths.at(0).filename();
+    source.write(name.string(), "printer font");
+    const TemporaryFolder elsewhere;
+    fs::create_directory(elsewhere.path() / "inner");
+    fs::create_directory_symlink(elsewhere.path() / "inner", target.path() / "link");
+    // Not through setAttribute, which would look for a foundry in the text.
+    font->setPrinterFontAttributes({{eFoundry, "link/.."}});
+    mover.Move(font);
+    ASSERT_TRUE(mover.lastCopy());
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Copied);
+    EXPECT_TRUE(fs::exists(target.path() / font->getGeneratedSuitcaseName()));
+    EXPECT_EQ(readFile(target.path() / name), bytesOf("printer font"));
+    EXPECT_FALSE(fs::exists(elsewhere.path() / name));
+}
+
+TEST_F(SuitcaseMove, TakesLittleMemoryForManyResourcesOfTheSameBytes) {
+    constexpr int kOutlines = 50;
+    constexpr std::size_t kSize = std::size_t{20} << 20;
+    FondBuilder family;
+    ResourceForkBuilder fork;
+    for (int i = 0; i < kOutlines; ++i) {
+        family.entries.push_back({0, 0, 2000 + i});
+    }
+    fork.add("FOND", 128, family.build());
+    for (int i = 0; i < kOutlines; ++i) {
+        fork.add("sfnt", 2000 + i, Bytes(i == 0 ? kSize : 0));
+    }
+    Bytes bytes = fork.build();
+    for (std::size_t i = 1; i < kOutlines; ++i) {
+        const std::uint32_t place = get32(bytes, fork.referenceAt(1) + 4);
+        patch(bytes, fork.referenceAt(1 + i) + 4, 4, place);
+    }
+    auto font = boost::make_shared<OxFont>();
+    font->setFontType(OxFont::TT);
+    font->addResource(0x464F4E44, 128);
+    font->setAttribute(ePostscriptname, "Many");
+    font->setSourceFile(source.write("Many.dfont", bytes));
+    const auto peak = [] {
+        rusage usage{};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    const long before = peak();
+    mover.Move(font);
+    ASSERT_TRUE(mover.lastCopy());
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Failed);
+    EXPECT_LT(peak() - before, 400 * 1024);  // KiB; copies of all take 1000 MiB
 }
 
 }  // namespace
