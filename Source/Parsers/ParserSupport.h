@@ -1,7 +1,13 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/ptr_container/ptr_vector.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
 
+#include "FileBytes.h"
 #include "OxFont.h"
 
 class LogChannel;
@@ -16,3 +22,16 @@ bool hasExtension(const boost::filesystem::path& file, const char* extension);
 /// What every parser does with a file that is too large, or that memory does not suffice for: a
 /// diagnostic on the record and a line in the log.
 void reportTooLarge(OxFont& font, const boost::filesystem::path& file, const LogChannel& log);
+
+/// A new list of one record, owned by the caller, as `read` leaves it. When memory does not suffice
+/// that is reported; `failed` gets the text of any other exception that `read` throws.
+boost::ptr_vector<OxFont>* readOneRecord(
+    const boost::filesystem::path& file, const LogChannel& log,
+    const std::function<void(OxFont&)>& read,
+    const std::function<void(OxFont&, const std::string&)>& failed);
+
+/// Reads a file whose status told of `size` bytes into `buffer`, with `padding` zero bytes behind
+/// it; `bytes` then knows its digest. False when it cannot be read to its end or has become
+/// shorter. Throws std::bad_alloc, too, when it has become too large to read.
+bool readWhole(const boost::filesystem::path& file, std::uint64_t size, FileBytes& bytes,
+               ByteBuffer& buffer, std::size_t padding = 0);

@@ -1,9 +1,8 @@
 #include "OxParserPSOutlineImp.h"
 
+#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
-#include <exception>
-#include <memory>
-#include <new>
+#include <optional>
 
 #include "CString.h"
 #include "Log.h"
@@ -57,18 +56,9 @@ OxParserPSOutlineImp::~OxParserPSOutlineImp() = default;
 
 boost::ptr_vector<OxFont>* OxParserPSOutlineImp::parseFontFile(fs::path file) {
     log().info("parseFontFile:  %s", file.string());
-    auto fonts = std::make_unique<boost::ptr_vector<OxFont>>();
-    fonts->push_back(new OxFont);
-    OxFont& font = fonts->back();
     const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
-    try {
-        readFont(file, font);
-    } catch (const std::bad_alloc&) {
-        reportTooLarge(font, file, log());
-    } catch (const std::exception& error) {
-        report(font, error.what());
-    }
-    return fonts.release();
+    return readOneRecord(
+        file, log(), [&](OxFont& font) { readFont(file, font); }, report);
 }
 
 void OxParserPSOutlineImp::readFont(const fs::path& file, OxFont& font) {

@@ -1,5 +1,6 @@
 #include "OxParserSuitcaseImp.h"
 
+#include <algorithm>
 #include <boost/thread/lock_guard.hpp>
 #include <memory>
 #include <new>

@@ -16,7 +16,6 @@ using FontList = boost::ptr_vector<OxFont>;
 constexpr char kCategory[] = "OxParserTrueTypeCollectionImp";
 constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::TTC};
 
-constexpr std::uint64_t kShortestMember = 28;
 constexpr std::uint64_t kHeaderSize = 12;
 
 }  // namespace
@@ -115,18 +114,7 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
     try {
         setPathAttributes(font, source.path);
         font.setAttributeAsInt(eFontOffset, offset);
-        if (!source.size) {
-            font.addDiagnostic(eError, 2);
-            return;
-        }
-        if (*source.size < kShortestMember) {
-            const std::string text = "(file length=" + std::to_string(*source.size) + " )";
-            font.addDiagnostic(eError, 10000, text);
-            log.error(text);
-            return;
-        }
-        if (source.tooLarge()) {
-            reportTooLarge(font, source.path, log);
+        if (!hasReadableSize(source.path, source.size, font, log)) {
             return;
         }
         std::array<std::uint8_t, kOffsetTableSize> start{};

@@ -146,13 +146,23 @@ ttf::tagFontDirectory readOffsetTable(ByteView bytes) {
     return {bytes.u32be(0), bytes.u16be(4), bytes.u16be(6), bytes.u16be(8), bytes.u16be(10)};
 }
 
-const SfntFormat::Version* findVersion(const SfntFormat& format, std::uint32_t version) {
-    for (const SfntFormat::Version& accepted : format.versions) {
-        if (accepted.version == version) {
-            return &accepted;
-        }
+// Sets the font's type and platform by the version; false when the format does not have it.
+bool applyVersion(const SfntFormat& format, std::uint32_t version, OxFont& font) {
+    if (format.initialFontType >= 0) {
+        font.setFontType(format.initialFontType);
     }
-    return nullptr;
+    const auto accepted =
+        std::find_if(format.versions.begin(), format.versions.end(),
+                     [version](const SfntFormat::Version& v) { return v.version == version; });
+    if (accepted == format.versions.end()) {
+        font.addDiagnostic(eError, -1003);
+        return false;
+    }
+    font.setAttribute(ePlatform, accepted->platform);
+    if (accepted->fontType >= 0) {
+        font.setFontType(accepted->fontType);
+    }
+    return true;
 }
 
 }  // namespace
@@ -229,68 +239,63 @@ FontList* OxParserTrueTypeImp::validateFile(const fs::path& file, const SfntForm
     const LogChannel log(format.category);
     beginCounting();
     log.info("Parsing:  %s", file.string());
-    auto fonts = std::make_unique<FontList>();
-    fonts->push_back(new OxFont);
-    OxFont& font = fonts->back();
-    try {
-        setPathAttributes(font, file);
-        const std::optional<std::uint64_t> size = regularFileSize(file);
-        if (!size) {
-            font.addDiagnostic(eError, 2);
-            return fonts.release();
-        }
-        if (*size < kShortestFile) {
-            const std::string text = "(file length=" + std::to_string(*size) + " )";
-            font.addDiagnostic(eError, 10000, text);
-            log.error(text);
-            return fonts.release();
-        }
-        if (*size >= kTooLargeToRead) {
-            reportTooLarge(font, file, log);
-            return fonts.release();
-        }
-        // A file that can no longer be read looks like one whose offset table is zero.
-        FileBytes bytes;
-        std::array<std::uint8_t, kOffsetTableSize> start{};
-        if (bytes.open(file)) {
-            bytes.readAt(0, start.data(), start.size());
-        }
-        const ttf::tagFontDirectory offsetTable =
-            readOffsetTable(ByteView(start.data(), start.size()));
-        if (directory != nullptr) {
-            *directory = offsetTable;
-        }
-        if (format.initialFontType >= 0) {
-            font.setFontType(format.initialFontType);
-        }
-        const SfntFormat::Version* const version = findVersion(format, offsetTable.version);
-        if (version == nullptr) {
-            font.addDiagnostic(eError, -1003);
-            return fonts.release();
-        }
-        font.setAttribute(ePlatform, version->platform);
-        if (version->fontType >= 0) {
-            font.setFontType(version->fontType);
-        }
-        readImage(bytes, font);
-        if (offsetTable.numTables > kMostTables) {
-            font.addDiagnostic(eError, 11001);
-            return fonts.release();
-        }
-        if (offsetTable.numTables == 0) {
-            return fonts.release();
-        }
-        walkDirectory(font, kOffsetTableSize, offsetTable.numTables, format);
-        if (format.finalFontType >= 0) {
-            resolveFoundry(font);
-            font.setFontType(format.finalFontType);
-        }
-    } catch (const std::bad_alloc&) {
-        reportTooLarge(font, file, log);
-    } catch (const std::exception& error) {
-        log.error(error.what());
+    return readOneRecord(
+        file, log, [&](OxFont& font) { readFile(file, format, directory, font); },
+        [&](OxFont& /*font*/, const std::string& text) { log.error(text); });
+}
+
+void OxParserTrueTypeImp::readFile(const fs::path& file, const SfntFormat& format,
+                                   ttf::tagFontDirectory* directory, OxFont& font) {
+    setPathAttributes(font, file);
+    if (!hasReadableSize(file, regularFileSize(file), font, LogChannel(format.category))) {
+        return;
     }
-    return fonts.release();
+    // A file that can no longer be read looks like one whose offset table is zero.
+    FileBytes bytes;
+    std::array<std::uint8_t, kOffsetTableSize> start{};
+    if (bytes.open(file)) {
+        bytes.readAt(0, start.data(), start.size());
+    }
+    const ttf::tagFontDirectory offsetTable = readOffsetTable(ByteView(start.data(), start.size()));
+    if (directory != nullptr) {
+        *directory = offsetTable;
+    }
+    if (!applyVersion(format, offsetTable.version, font)) {
+        return;
+    }
+    readImage(bytes, font);
+    if (offsetTable.numTables > kMostTables) {
+        font.addDiagnostic(eError, 11001);
+        return;
+    }
+    if (offsetTable.numTables == 0) {
+        return;
+    }
+    walkDirectory(font, kOffsetTableSize, offsetTable.numTables, format);
+    if (format.finalFontType >= 0) {
+        resolveFoundry(font);
+        font.setFontType(format.finalFontType);
+    }
+}
+
+bool OxParserTrueTypeImp::hasReadableSize(const fs::path& file,
+                                          const std::optional<std::uint64_t>& size, OxFont& font,
+                                          const LogChannel& log) {
+    if (!size) {
+        font.addDiagnostic(eError, 2);
+        return false;
+    }
+    if (*size < kShortestFile) {
+        const std::string text = "(file length=" + std::to_string(*size) + " )";
+        font.addDiagnostic(eError, 10000, text);
+        log.error(text);
+        return false;
+    }
+    if (*size >= kTooLargeToRead) {
+        reportTooLarge(font, file, log);
+        return false;
+    }
+    return true;
 }
 
 void OxParserTrueTypeImp::readImage(FileBytes& file, OxFont& font) {

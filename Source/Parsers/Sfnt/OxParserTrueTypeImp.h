@@ -18,6 +18,7 @@
 #include "TtfRecords.h"
 #include "WalkBudget.h"
 
+class LogChannel;
 struct SfntFormat;
 struct SfntTable;
 
@@ -92,6 +93,11 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     boost::ptr_vector<OxFont>* validateFile(const boost::filesystem::path& file,
                                             const SfntFormat& format,
                                             ttf::tagFontDirectory* directory = nullptr);
+    /// Whether a file of this size can be read as a font; what speaks against it is reported on the
+    /// font, nothing standing for a status that cannot be told.
+    static bool hasReadableSize(const boost::filesystem::path& file,
+                                const std::optional<std::uint64_t>& size, OxFont& font,
+                                const LogChannel& log);
     /// validate(font, image, length) without beginCounting().
     boost::ptr_vector<OxFont>* validateImage(OxFont& font, ttf::tagFontDirectory& image,
                                              std::uint32_t length);
@@ -124,6 +130,8 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     using ChangedBytes = std::map<std::uint64_t, std::uint8_t>;
     using AcceptedNames = std::array<std::optional<ttf::tagNameRecord>, 8>;
 
+    void readFile(const boost::filesystem::path& file, const SfntFormat& format,
+                  ttf::tagFontDirectory* directory, OxFont& font);
     bool checksumOnly(const ttf::tagTableDirectory& record, OxFont& font);
     bool readFontHeader(const ttf::tagTableDirectory& record, OxFont& font);
     bool readMaximumProfile(const ttf::tagTableDirectory& record, OxFont& font);

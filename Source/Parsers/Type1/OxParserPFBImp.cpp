@@ -1,8 +1,5 @@
 #include "OxParserPFBImp.h"
 
-#include <memory>
-#include <new>
-
 #include "Log.h"
 #include "ParserSupport.h"
 #include "PfbHeader.h"
@@ -55,17 +52,11 @@ bool OxParserPFBImp::repairFont(boost::filesystem::path /*file*/) {
 }
 
 boost::ptr_vector<OxFont>* OxParserPFBImp::validate(const boost::filesystem::path& file) {
-    auto fonts = std::make_unique<boost::ptr_vector<OxFont>>();
-    fonts->push_back(new OxFont);
-    OxFont& font = fonts->back();
-    try {
-        readFont(file, font);
-    } catch (const std::bad_alloc&) {
-        reportTooLarge(font, file, log());
-    } catch (const std::exception& error) {
-        log().error("Cannot read " + file.string() + ":  " + error.what());
-    }
-    return fonts.release();
+    return readOneRecord(
+        file, log(), [&](OxFont& font) { readFont(file, font); },
+        [&](OxFont& /*font*/, const std::string& text) {
+            log().error("Cannot read " + file.string() + ":  " + text);
+        });
 }
 
 void OxParserPFBImp::readFont(const boost::filesystem::path& file, OxFont& font) {
@@ -80,9 +71,7 @@ void OxParserPFBImp::readFont(const boost::filesystem::path& file, OxFont& font)
         return;
     }
     FileBytes bytes;
-    // The file may have become shorter since its status was read, or become so while it is read.
-    if (!bytes.open(file) || bytes.size() < *size ||
-        bytes.readAll(buffer_, kPfbHeaderBufferSize) != bytes.size()) {
+    if (!readWhole(file, *size, bytes, buffer_, kPfbHeaderBufferSize)) {
         font.addDiagnostic(eError, kReadFailed);
         return;
     }

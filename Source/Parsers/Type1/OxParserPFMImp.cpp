@@ -1,7 +1,5 @@
 #include "OxParserPFMImp.h"
 
-#include <memory>
-#include <new>
 #include <span>
 #include <string>
 
@@ -130,18 +128,11 @@ bool OxParserPFMImp::repairFont(boost::filesystem::path /*file*/) {
 }
 
 boost::ptr_vector<OxFont>* OxParserPFMImp::validate(const boost::filesystem::path& file) {
-    auto fonts = std::make_unique<boost::ptr_vector<OxFont>>();
-    fonts->push_back(new OxFont);
-    OxFont& font = fonts->back();
-    try {
-        readFont(file, font);
-    } catch (const std::bad_alloc&) {
-        reportTooLarge(font, file, log());
-    } catch (const std::exception& error) {
-        font.addDiagnostic(eError, 0, error.what());
-    }
+    auto* const fonts = readOneRecord(
+        file, log(), [&](OxFont& font) { readFont(file, font); },
+        [](OxFont& font, const std::string& text) { font.addDiagnostic(eError, 0, text); });
     setViews({});
-    return fonts.release();
+    return fonts;
 }
 
 void OxParserPFMImp::readFont(const boost::filesystem::path& file, OxFont& font) {
@@ -160,7 +151,7 @@ void OxParserPFMImp::readFont(const boost::filesystem::path& file, OxFont& font)
         return;
     }
     FileBytes bytes;
-    if (!bytes.open(file) || bytes.size() < *size || bytes.readAll(buffer_) != bytes.size()) {
+    if (!readWhole(file, *size, bytes, buffer_)) {
         return;
     }
     font.setAttribute(eFingerprint, bytes.digest());

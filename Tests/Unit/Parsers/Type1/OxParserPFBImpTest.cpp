@@ -8,6 +8,7 @@
 
 #include "FileBytes.h"
 #include "Md5.h"
+#include "ParserSupport.h"
 #include "Type1Builder.h"
 
 namespace {
@@ -127,6 +128,20 @@ TEST_F(OxParserPFBImpTest, DamageNeverEscapes) {
         flipped[i] ^= 0xFF;
         ASSERT_EQ(parse(flipped)->getFontType(), OxFont::PFB) << i;
     }
+}
+
+TEST(ParserSupport, ReadsNoFileThatHasGrownTooLargeSinceItsStatusWasRead) {
+    const TemporaryFolder folder;
+    const boost::filesystem::path file = folder.write("grown.pfb", "%!PS");
+    FileBytes bytes;
+    ByteBuffer buffer;
+    ASSERT_TRUE(readWhole(file, 4, bytes, buffer, 2));
+    EXPECT_EQ(buffer.size(), 6u);
+    FileBytes shrunk;
+    EXPECT_FALSE(readWhole(file, 5, shrunk, buffer));
+    boost::filesystem::resize_file(file, kTooLargeToRead);
+    FileBytes grown;
+    EXPECT_THROW(readWhole(file, 4, grown, buffer), std::bad_alloc);
 }
 
 }  // namespace
