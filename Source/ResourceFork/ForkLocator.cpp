@@ -79,9 +79,7 @@ ForkLocator::ForkLocator(Environment environment)
 ForkLocator::~ForkLocator() = default;
 
 FinderAnswer ForkLocator::finderInfo(const fs::path& file) {
-    ForkSearch::Wanted wanted;
-    wanted.finderInfo = true;
-    ForkSearch search(*this, file, wanted);
+    ForkSearch search(*this, file, {.finderInfo = true});
     const std::int16_t status = search.run();
     FinderAnswer answer = search.finder();
     answer.status = status;
@@ -89,9 +87,7 @@ FinderAnswer ForkLocator::finderInfo(const fs::path& file) {
 }
 
 ForkAnswer ForkLocator::resourceFork(const fs::path& file) {
-    ForkSearch::Wanted wanted;
-    wanted.fork = true;
-    ForkSearch search(*this, file, wanted);
+    ForkSearch search(*this, file, {.fork = true});
     const std::int16_t status = search.run();
     if (status != noErr) {
         ForkAnswer answer;
@@ -102,9 +98,7 @@ ForkAnswer ForkLocator::resourceFork(const fs::path& file) {
 }
 
 ExternalForks ForkLocator::externalForks(const fs::path& file) {
-    ForkSearch::Wanted wanted;
-    wanted.fork = wanted.finderInfo = wanted.onlyOutsideFile = wanted.finderInfoWithoutType = true;
-    ForkSearch search(*this, file, wanted);
+    ForkSearch search(*this, file, ForkSearch::Wanted::externalForks());
     ExternalForks result;
     result.status = search.run();
     if (result.status != noErr) {
@@ -121,9 +115,7 @@ ExternalForks ForkLocator::externalForks(const fs::path& file) {
 }
 
 bool ForkLocator::hasForkOutsideFile(const fs::path& file) {
-    ForkSearch::Wanted wanted;
-    wanted.fork = wanted.finderInfo = wanted.onlyOutsideFile = wanted.finderInfoWithoutType = true;
-    ForkSearch search(*this, file, wanted);
+    ForkSearch search(*this, file, ForkSearch::Wanted::externalForks());
     return search.run() == noErr && (search.hasRealFork() || search.trouble() != noErr ||
                                      search.finder().place != ForkPlace::eNone);
 }

@@ -221,6 +221,14 @@ void ForkSearch::offerFinderInfo(ForkPlace place, const std::optional<FinderInfo
     }
 }
 
+// Of a fork of `length` bytes that begins so.
+ForkSearch::Rank ForkSearch::rankOf(ByteView start, std::uint64_t length) {
+    if (!isPlausibleResourceHeader(start, length)) {
+        return Rank::eDamaged;
+    }
+    return isPlaceholder(start) ? Rank::ePlaceholder : Rank::ePlausible;
+}
+
 void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file,
                            std::uint64_t offset, std::uint64_t length) {
     if (!wantsFork() || offset >= file->size() || length == 0) {
@@ -229,10 +237,7 @@ void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file
     ForkSource source{place, file->path(), {}, offset, std::min(length, file->size() - offset)};
     const std::vector<std::uint8_t> start =
         file->read(offset, std::min<std::uint64_t>(source.length, kContentStart));
-    const ByteView view(start);
-    const Rank rank = !isPlausibleResourceHeader(view, source.length) ? Rank::eDamaged
-                      : isPlaceholder(view)                           ? Rank::ePlaceholder
-                                                                      : Rank::ePlausible;
+    const Rank rank = rankOf(ByteView(start), source.length);
     keep(rank, std::move(source), std::move(file), nullptr);
 }
 
@@ -246,11 +251,8 @@ void ForkSearch::offerFork(ForkPlace place, const fs::path& file, const std::str
     if (!wantsFork() || bytes.empty()) {
         return;
     }
-    const ByteView view(bytes);
-    const Rank rank = !isPlausibleResourceHeader(view, view.size()) ? Rank::eDamaged
-                      : isPlaceholder(view)                         ? Rank::ePlaceholder
-                                                                    : Rank::ePlausible;
-    const ForkSource source{place, file, attribute, 0, view.size()};
+    const Rank rank = rankOf(ByteView(bytes), bytes.size());
+    const ForkSource source{place, file, attribute, 0, bytes.size()};
     keep(rank, source, nullptr, std::make_shared<std::vector<std::uint8_t>>(std::move(bytes)));
 }
 

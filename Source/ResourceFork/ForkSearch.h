@@ -61,6 +61,8 @@ class ForkSearch {
         bool finderInfo = false;
         bool onlyOutsideFile = false;        // not the containers that the file itself may be
         bool finderInfoWithoutType = false;  // any nonzero byte will do
+
+        static Wanted externalForks() { return {true, true, true, true}; }
     };
     /// A folder entry beside which sidecars may lie: the file as asked for, or what its link means.
     struct Spot {
@@ -120,6 +122,7 @@ class ForkSearch {
   private:
     enum class Rank { eNone, eDamaged, ePlaceholder, ePlausible };
 
+    static Rank rankOf(ByteView start, std::uint64_t length);
     std::int16_t lookAtFile();
     bool isListedFile() const;
     void findSpots();
