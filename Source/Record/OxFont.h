@@ -10,12 +10,14 @@
 #include "FontDiagnostic.h"
 
 /// @name Attribute keys
-/// Hosts look attributes up by these texts; the capitalisation is part of the interface.
+/// Hosts look attributes up by these texts; the capitalisation is part of the interface. What is
+/// said of a value is what the parsers store; keys without a remark hold what their name says, or
+/// are for hosts.
 /// @{
 inline constexpr char eFontFilePath[] = "FontFilePath";  ///< folder that holds the font file
 inline constexpr char eFileName[] = "FileName";          ///< the file's leaf name
-inline constexpr char ePlatform[] = "Platform";
-inline constexpr char ePrinterFilePath[] = "PrinterFilePath";
+inline constexpr char ePlatform[] = "Platform";  ///< "MacOrWindows", "Macintosh" or "Open Type"
+inline constexpr char ePrinterFilePath[] = "PrinterFilePath";  ///< leaf name, beside the suitcase
 inline constexpr char eBasename[] = "Basename";
 inline constexpr char ePostscriptname[] = "Postscriptname";
 inline constexpr char eFullname[] = "Fullname";
@@ -25,24 +27,24 @@ inline constexpr char eSubFamilyname[] = "SubFamilyname";
 inline constexpr char eFoundry[] = "Foundry";
 inline constexpr char eType[] = "Type";
 inline constexpr char eCopyright[] = "Copyright";
-inline constexpr char eKerningChecksum[] = "KerningChecksum";
+inline constexpr char eKerningChecksum[] = "KerningChecksum";  ///< that stored for the 'kern' table
 inline constexpr char eFingerprint[] = "FingerPrint";  ///< MD5, 32 lower-case hexadecimal digits
 inline constexpr char eFontVersion[] = "Version";
-inline constexpr char eUniqueId[] = "UniqueId";
+inline constexpr char eUniqueId[] = "UniqueId";  ///< name record 3
 inline constexpr char eTrademark[] = "Trademark";
-inline constexpr char eWeight[] = "Weight";
-inline constexpr char eWidth[] = "Width";
+inline constexpr char eWeight[] = "Weight";  ///< usWeightClass of 'OS/2', or a program's /Weight
+inline constexpr char eWidth[] = "Width";    ///< usWidthClass of 'OS/2'
 inline constexpr char eMonospace[] = "MonoSpace";
-inline constexpr char eItalic[] = "Italic";
-inline constexpr char eStyle[] = "Style";
-inline constexpr char eFontId[] = "FontId";
-inline constexpr char eResourcename[] = "Resourcename";
-inline constexpr char eSize[] = "Size";
+inline constexpr char eItalic[] = "Italic";              ///< "true" or "false"
+inline constexpr char eStyle[] = "Style";                ///< style code of the association entry
+inline constexpr char eFontId[] = "FontId";              ///< resource id of the strike
+inline constexpr char eResourcename[] = "Resourcename";  ///< name of the 'FOND' resource
+inline constexpr char eSize[] = "Size";                  ///< of the strike, in points
 inline constexpr char eStyleType[] = "StyleType";
 inline constexpr char eResourceType[] = "ResourceType";
-inline constexpr char eFntSize[] = "FntSize";  ///< size of the font's data in bytes
-inline constexpr char eMultipleMaster[] = "MultipleMaster";
-inline constexpr char eFontOffset[] = "FontOffset";  ///< offset of the font in its collection
+inline constexpr char eFntSize[] = "FntSize";                ///< size of the font's data in bytes
+inline constexpr char eMultipleMaster[] = "MultipleMaster";  ///< "YES" or "NO"
+inline constexpr char eFontOffset[] = "FontOffset";  ///< of the font in its collection, in bytes
 inline constexpr char eSourcePath[] = "SourcePath";
 inline constexpr char eDestinationPath[] = "DestinationPath";
 /// @}
