@@ -46,8 +46,9 @@ std::vector<fs::path> resourceFolders() {
 }  // namespace
 
 fs::path libraryResource(const std::string& name, const std::string& type) {
+    const std::string fileName = name + "." + type;
     for (const fs::path& folder : resourceFolders()) {
-        fs::path candidate = folder / (name + "." + type);
+        fs::path candidate = folder / fileName;
         boost::system::error_code error;
         if (fs::is_regular_file(candidate, error)) {
             return candidate;

@@ -15,7 +15,7 @@ namespace {
 namespace fs = boost::filesystem;
 using boost::system::error_code;
 
-constexpr std::size_t kPiece = 256 * 1024;
+constexpr std::size_t kPiece = std::size_t{256} * 1024;
 
 /// A regular file, open for one reading from its start to its end.
 class Source {

@@ -20,7 +20,7 @@ constexpr std::uint32_t kDoubleMagic = 0x00051607;
 constexpr std::size_t kHeaderSize = 26;
 constexpr std::size_t kEntrySize = 12;
 /// Headers with a longer table of entries are not read.
-constexpr std::size_t kHeaderLimit = 64 * 1024;
+constexpr std::size_t kHeaderLimit = std::size_t{64} * 1024;
 
 enum class Entry : std::uint32_t { eDataFork = 1, eResourceFork = 2, eFinderInfo = 9 };
 

@@ -8,7 +8,7 @@
 namespace {
 
 // The lists of names are short; the kernel of Linux allows 64 KiB.
-constexpr std::size_t kListLimit = 64 * 1024;
+constexpr std::size_t kListLimit = std::size_t{64} * 1024;
 
 #ifdef __APPLE__
 ssize_t listNames(const char* file, char* out, std::size_t size) {

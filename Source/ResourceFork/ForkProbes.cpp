@@ -357,7 +357,7 @@ void probeBinHex(ForkSearch& search) {
     if (!search.wantsFork() || header->forkLength == 0) {
         return;
     }
-    constexpr std::uint64_t kPiece = 64 * 1024;
+    constexpr std::uint64_t kPiece = std::uint64_t{64} * 1024;
     std::uint64_t at = *text;
     Value piece;
     const auto next = [&] {

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kBlock = std::size_t{64} * 1024;
 constexpr std::chrono::milliseconds kLongestDelay(250);
 
 // A program may be started with standard descriptors closed. The next file that is opened would

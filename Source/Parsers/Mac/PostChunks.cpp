@@ -14,7 +14,7 @@ namespace {
 constexpr std::int16_t kFirstId = 501;
 constexpr std::int16_t kLastId = 32767;
 // Of the program's text; many ids may name the same bytes.
-constexpr std::size_t kMostText = 16 * 1024 * 1024;
+constexpr std::size_t kMostText = std::size_t{16} * 1024 * 1024;
 
 enum class ChunkKind : std::uint8_t {
     eComment = 0,

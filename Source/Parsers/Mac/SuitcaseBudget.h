@@ -26,7 +26,7 @@ class SuitcaseBudget {
     bool isExhausted() const { return work_ > kMostWork || textKept_ > kMostTextKept; }
 
   private:
-    static constexpr std::uint64_t kStrikeWork = 32 * 1024;
+    static constexpr std::uint64_t kStrikeWork = std::uint64_t{32} * 1024;
 
     std::uint64_t work_ = 0;
     std::uint64_t textKept_ = 0;

@@ -20,7 +20,7 @@ struct CollectionBudget {
     static constexpr std::size_t kMostRecords = 4096;
     static constexpr std::uint64_t kMostTimesSummed = 256;
     static constexpr std::uint64_t kMostTimesDigested = 64;
-    static constexpr std::uint64_t kAllowance = 16 * 1024 * 1024;
+    static constexpr std::uint64_t kAllowance = std::uint64_t{16} * 1024 * 1024;
 
     std::uint64_t size;  ///< of the file or resource in bytes
 
