@@ -11,26 +11,21 @@
 
 ForkFile::Opened ForkFile::open(const boost::filesystem::path& path, Links links) {
     const int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    const int descriptor =
-        ::open(path.c_str(), links == Links::eRefuse ? flags | O_NOFOLLOW : flags);
-    if (descriptor < 0) {
+    FileDescriptor descriptor(
+        ::open(path.c_str(), links == Links::eRefuse ? flags | O_NOFOLLOW : flags));
+    if (!descriptor.isOpen()) {
         return {statusOfErrno(errno), nullptr};
     }
     struct stat status;
-    const bool isRegular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    if (!isRegular) {
-        ::close(descriptor);
+    if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return {fnfErr, nullptr};
     }
     const timespec modified = modificationTime(status);
     const Stamp stamp{
         static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
         static_cast<std::uint64_t>(status.st_size), modified.tv_sec, modified.tv_nsec};
-    return {noErr, std::shared_ptr<const ForkFile>(new ForkFile(path, descriptor, stamp))};
-}
-
-ForkFile::~ForkFile() {
-    ::close(descriptor_);
+    return {noErr,
+            std::shared_ptr<const ForkFile>(new ForkFile(path, std::move(descriptor), stamp))};
 }
 
 std::vector<std::uint8_t> ForkFile::read(std::uint64_t offset, std::uint64_t count) const {
@@ -38,7 +33,7 @@ std::vector<std::uint8_t> ForkFile::read(std::uint64_t offset, std::uint64_t cou
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(inside));
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t got = ::pread(descriptor_, bytes.data() + done, bytes.size() - done,
+        const ssize_t got = ::pread(descriptor_.get(), bytes.data() + done, bytes.size() - done,
                                     static_cast<off_t>(offset + done));
         if (got > 0) {
             done += static_cast<std::size_t>(got);

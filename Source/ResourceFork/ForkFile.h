@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "FileDescriptor.h"
 #include "MacErrors.h"
 
 /// An open regular file that is read in places. Opening never blocks.
@@ -31,7 +32,6 @@ class ForkFile {
 
     ForkFile(const ForkFile&) = delete;
     ForkFile& operator=(const ForkFile&) = delete;
-    ~ForkFile();
 
     const boost::filesystem::path& path() const { return path_; }
     std::uint64_t size() const { return stamp_.size; }
@@ -40,10 +40,10 @@ class ForkFile {
     std::vector<std::uint8_t> read(std::uint64_t offset, std::uint64_t count) const;
 
   private:
-    ForkFile(boost::filesystem::path path, int descriptor, const Stamp& stamp)
-        : path_(std::move(path)), descriptor_(descriptor), stamp_(stamp) {}
+    ForkFile(boost::filesystem::path path, FileDescriptor descriptor, const Stamp& stamp)
+        : path_(std::move(path)), descriptor_(std::move(descriptor)), stamp_(stamp) {}
 
     boost::filesystem::path path_;
-    int descriptor_;
+    FileDescriptor descriptor_;
     Stamp stamp_;
 };
