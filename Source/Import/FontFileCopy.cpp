@@ -93,6 +93,40 @@ bool holds(const FileDescriptor& folder, const std::string& name,
            std::equal(read.begin(), read.end(), bytes.begin(), bytes.end());
 }
 
+// The errno value of putting the file beside its owner; EEXIST when the name is taken.
+int placeSidecar(NewFile& sidecar, const FileDescriptor& folder, const std::string& name,
+                 const struct stat& owner, std::span<const std::uint8_t> bytes) {
+    int error = sidecar.create(folder, name, owner.st_mode & 0777);
+    if (error == 0) {
+        error = sidecar.write(ByteView(bytes));
+    }
+    if (error != 0) {
+        return error;
+    }
+    sidecar.setModificationTime(owner.st_mtim);
+    return sidecar.commit();
+}
+
+bool haveEqualRest(Source& first, Source& second, error_code& error) {
+    std::vector<std::uint8_t> buffers[2] = {std::vector<std::uint8_t>(kPiece),
+                                            std::vector<std::uint8_t>(kPiece)};
+    for (;;) {
+        std::span<std::uint8_t> piece(buffers[0]);
+        std::span<std::uint8_t> otherPiece(buffers[1]);
+        error = first.read(piece);
+        if (!error) {
+            error = second.read(otherPiece);
+        }
+        if (error ||
+            !std::equal(piece.begin(), piece.end(), otherPiece.begin(), otherPiece.end())) {
+            return false;
+        }
+        if (piece.size() < kPiece) {
+            return true;
+        }
+    }
+}
+
 }  // namespace
 
 error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
@@ -101,9 +135,8 @@ error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
     if (const error_code error = file.open(AT_FDCWD, source.c_str())) {
         return error;
     }
-    const mode_t mode = file.status().st_mode & 0777;
     NewFile copy;
-    if (const int error = copy.create(folder, name, mode)) {
+    if (const int error = copy.create(folder, name, file.status().st_mode & 0777)) {
         return systemError(error);
     }
     if (const error_code error = copyBytes(file, copy)) {
@@ -113,21 +146,11 @@ error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
 
     NewFile beside;
     const std::string besideName = "._" + name;
-    bool besideIsOurs = false;
-    int error = 0;
-    if (!sidecar.empty()) {
-        error = beside.create(folder, besideName, mode);
-        if (error == 0) {
-            error = beside.write(ByteView(sidecar));
-        }
-        if (error == 0) {
-            beside.setModificationTime(file.status().st_mtim);
-            error = beside.commit();
-        }
-        besideIsOurs = error == 0;
-        if (error == EEXIST && holds(folder, besideName, sidecar)) {
-            error = 0;
-        }
+    int error =
+        sidecar.empty() ? 0 : placeSidecar(beside, folder, besideName, file.status(), sidecar);
+    const bool besideIsOurs = !sidecar.empty() && error == 0;
+    if (error == EEXIST && holds(folder, besideName, sidecar)) {
+        error = 0;
     }
     if (error == 0) {
         error = copy.commit();
@@ -158,24 +181,5 @@ bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
     if (one.st_dev == other.st_dev && one.st_ino == other.st_ino) {
         return true;
     }
-    std::vector<std::uint8_t> buffers[2] = {std::vector<std::uint8_t>(kPiece),
-                                            std::vector<std::uint8_t>(kPiece)};
-    if (one.st_size != other.st_size) {
-        return false;
-    }
-    for (;;) {
-        std::span<std::uint8_t> piece(buffers[0]);
-        std::span<std::uint8_t> otherPiece(buffers[1]);
-        error = first.read(piece);
-        if (!error) {
-            error = second.read(otherPiece);
-        }
-        if (error ||
-            !std::equal(piece.begin(), piece.end(), otherPiece.begin(), otherPiece.end())) {
-            return false;
-        }
-        if (piece.size() < kPiece) {
-            return true;
-        }
-    }
+    return one.st_size == other.st_size && haveEqualRest(first, second, error);
 }

@@ -109,6 +109,25 @@ std::uint32_t nameBytesRead(const ttf::tagNameRecord& name) {
     return name.platformId == kMacintosh ? name.length : name.length & ~1u;
 }
 
+// Reports the first thing that keeps the records of a 'name' table from being read; false then.
+bool checkNameHeader(unsigned count, unsigned storageOffset, std::uint32_t tableLength,
+                     OxFont& font) {
+    if (count == 0) {
+        font.addDiagnostic(eError, 11301, "Invalid Name table header count");
+        return false;
+    }
+    if (storageOffset == 0) {
+        font.addDiagnostic(eError, 11302, "Invalid Name table header offset");
+        return false;
+    }
+    // A length below that of the header wraps and bounds nothing.
+    if (storageOffset > tableLength - 6) {
+        font.addDiagnostic(eError, 11302, "Name table header offset goes off the end of the table");
+        return false;
+    }
+    return true;
+}
+
 // `bytes` as many as nameBytesRead says.
 std::string nameText(const ttf::tagNameRecord& name, ByteView bytes) {
     if (name.platformId == kMacintosh) {
@@ -580,47 +599,39 @@ bool OxParserTrueTypeImp::readNames(const ttf::tagTableDirectory& record, OxFont
     if (format != 0) {
         font.addDiagnostic(eWarning, 11300, "Name table wrong format");
     }
-    if (count == 0) {
-        font.addDiagnostic(eError, 11301, "Invalid Name table header count");
+    if (!checkNameHeader(count, storageOffset, record.length, font)) {
         return false;
     }
-    if (storageOffset == 0) {
-        font.addDiagnostic(eError, 11302, "Invalid Name table header offset");
-        return false;
-    }
-    if (storageOffset > record.length - 6) {
-        font.addDiagnostic(eError, 11302, "Name table header offset goes off the end of the table");
-        return false;
-    }
-
     // Only the last accepted record of each id is decoded: a damaged table can name 65,535 records
     // of 64 KB each. A record that reaches outside ends the table, but those before it count.
     const std::uint64_t storage = table + storageOffset;
     AcceptedNames accepted;
-    const auto setNames = [&] {
-        constexpr const char* kKeys[] = {eCopyright, eFamilyname,  eSubFamilyname,  eUniqueId,
-                                         eFullname,  eFontVersion, ePostscriptname, eTrademark};
-        for (std::size_t id = 0; id < accepted.size(); ++id) {
-            if (const auto& name = accepted[id]) {
-                const std::uint32_t read = nameBytesRead(*name);
-                walks_.names += read / WalkBudget::kTextPerStep;
-                font.setAttribute(kKeys[id], nameText(*name, image_.view().clamped(
-                                                                 storage + name->offset, read)));
-            }
-        }
-    };
     bool any = false;
     try {
         any = collectNames(table, count, storage, accepted);
     } catch (const ReadPastEnd&) {
-        setNames();
+        setNames(accepted, storage, font);
         throw;
     }
-    setNames();
+    setNames(accepted, storage, font);
     if (!any) {
         font.addDiagnostic(eError, 11302, "Name table has invalid platform or language");
     }
     return any;
+}
+
+void OxParserTrueTypeImp::setNames(const AcceptedNames& names, std::uint64_t storage,
+                                   OxFont& font) {
+    constexpr const char* kKeys[] = {eCopyright, eFamilyname,  eSubFamilyname,  eUniqueId,
+                                     eFullname,  eFontVersion, ePostscriptname, eTrademark};
+    for (std::size_t id = 0; id < names.size(); ++id) {
+        if (const auto& name = names[id]) {
+            const std::uint32_t read = nameBytesRead(*name);
+            walks_.names += read / WalkBudget::kTextPerStep;
+            const ByteView bytes = image_.view().clamped(storage + name->offset, read);
+            font.setAttribute(kKeys[id], nameText(*name, bytes));
+        }
+    }
 }
 
 std::string OxParserTrueTypeImp::get_name_table_string(const ttf::tagNameRecord* record,

@@ -146,6 +146,7 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     bool acceptsName(const ttf::tagNameRecord& name) const;
     bool collectNames(std::uint64_t table, unsigned count, std::uint64_t storage,
                       AcceptedNames& accepted);
+    void setNames(const AcceptedNames& names, std::uint64_t storage, OxFont& font);
     void setVendorFoundry(std::uint64_t table, OxFont& font);
     std::uint64_t readKerningPairs(std::uint64_t subtable, OxFont& font);
     std::uint64_t readKerningClasses(std::uint64_t subtable, ChangedBytes& changed);
