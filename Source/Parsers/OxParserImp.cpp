@@ -3,6 +3,8 @@
 OxParserImp::OxParserImp() = default;
 OxParserImp::~OxParserImp() = default;
 
+// Hosts override these with the same signatures.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 boost::ptr_vector<OxFont>* OxParserImp::parseFontFile(boost::filesystem::path /*file*/) {
     return nullptr;
 }
@@ -18,3 +20,4 @@ bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
 bool OxParserImp::repairFont(boost::filesystem::path /*file*/) {
     return false;
 }
+// NOLINTEND(performance-unnecessary-value-param)

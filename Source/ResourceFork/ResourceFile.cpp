@@ -77,6 +77,7 @@ std::vector<std::uint32_t> ResourceFile::types() const {
     std::sort(entries.begin(), entries.end(),
               [](const TypeEntry& a, const TypeEntry& b) { return a.place < b.place; });
     std::vector<std::uint32_t> result;
+    result.reserve(entries.size());
     for (const TypeEntry& entry : entries) {
         result.push_back(entry.type);
     }

@@ -85,7 +85,8 @@ void convertFields(SfntImage& image, const ttf::tagTableDirectory& record,
             continue;
         }
         for (unsigned i = 0; i < run.count; ++i) {
-            const std::uint64_t offset = std::uint64_t{record.offset} + run.offset + i * run.width;
+            const std::uint64_t field = run.offset + std::uint64_t{i} * run.width;
+            const std::uint64_t offset = record.offset + field;
             if (run.width == 2) {
                 image.convert16(offset, "16-bit field");
             } else {
@@ -716,7 +717,7 @@ std::uint64_t OxParserTrueTypeImp::readKerningClasses(std::uint64_t subtable,
         convert(field, "kern class table");
     }
     // Read where they were converted: class tables that overlap convert each other back.
-    const std::uint32_t rowWidth = image_.view().u16le(subtable + 6, "row width");
+    const std::uint64_t rowWidth = image_.view().u16le(subtable + 6, "row width");
     const std::uint32_t glyphs = image_.view().u16le(right + 2, "right class glyph count");
     return subtable + rowWidth * glyphs;
 }
