@@ -38,7 +38,7 @@ fs::path list(const std::string& option, const std::string& given, const std::st
         requireReadable(option, given);
         return given;
     }
-    const fs::path found = libraryResource(own, "txt");
+    fs::path found = libraryResource(own, "txt");
     if (found.empty()) {
         console.note("the library's " + own + ".txt is not installed; give one with " + option +
                      " or set OXPARSER_RESOURCES");
