@@ -225,7 +225,7 @@ class CommandLine {
     /// What a parse error of CLI11 means to a user.
     std::string describe(const CLI::ParseError& error, int count,
                          const char* const* arguments) const {
-        const std::string text = error.what();
+        std::string text = error.what();
         if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
             return text.substr(0, text.find(':')) + " needs a value";
         }
