@@ -107,7 +107,8 @@ int XGetFoundryName(const char* text, char* out) {
     } else if (const char* byte = std::strchr(text, kCopyrightSign)) {
         copyShifted(skipToLetter(byte + 1), out);
     } else {
-        std::strcpy(out, "Unknown");
+        constexpr char kUnknown[] = "Unknown";
+        std::memcpy(out, kUnknown, sizeof kUnknown);
     }
     capitaliseWords(out);
     return 0;
