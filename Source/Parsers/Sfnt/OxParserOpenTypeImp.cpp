@@ -15,8 +15,8 @@ constexpr char kCategory[] = "OxParserOpenTypeImp";
 constexpr std::uint32_t kLongestName = 255;
 
 constexpr SfntFormat::Version kVersions[] = {
-    {fourCharCode("OTTO"), "Open Type", -1},
-    {kTrueTypeVersion, "MacOrWindows", -1},
+    {fourCharCode("OTTO"), -1, "Open Type"},
+    {kTrueTypeVersion, -1, "MacOrWindows"},
 };
 // The tag is not that of a real CFF table ('CFF ', upper case); hosts see no CFF diagnostics.
 const SfntTable kNameIndexTable = {

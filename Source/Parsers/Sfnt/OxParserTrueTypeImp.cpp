@@ -26,14 +26,14 @@ constexpr std::uint32_t kHeadMagic = 0x5F0F3CF5;
 constexpr std::size_t kCopyrightLookUp = 4095;  // characters of a copyright that are looked at
 
 constexpr SfntFormat::Version kFileVersions[] = {
-    {kTrueTypeVersion, "MacOrWindows", -1},
-    {fourCharCode("OTTO"), "Open Type", OxFont::OTTT},
-    {fourCharCode("true"), "Macintosh", -1},
-    {fourCharCode("typ1"), "Macintosh", OxFont::T1},
+    {kTrueTypeVersion, -1, "MacOrWindows"},
+    {fourCharCode("OTTO"), OxFont::OTTT, "Open Type"},
+    {fourCharCode("true"), -1, "Macintosh"},
+    {fourCharCode("typ1"), OxFont::T1, "Macintosh"},
 };
 constexpr SfntFormat::Version kPlainVersions[] = {
-    {kTrueTypeVersion, "MacOrWindows", -1},
-    {fourCharCode("true"), "Macintosh", -1},
+    {kTrueTypeVersion, -1, "MacOrWindows"},
+    {fourCharCode("true"), -1, "Macintosh"},
 };
 constexpr SfntFormat kFile = {kCategory, kFileVersions, OxFont::TTF, false, true, nullptr, -1};
 constexpr SfntFormat kPlainFile = {kCategory, kPlainVersions, OxFont::TTF, true, true, nullptr, -1};

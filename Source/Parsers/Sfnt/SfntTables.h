@@ -30,8 +30,8 @@ const SfntTable* findSfntTable(std::uint32_t tag);
 struct SfntFormat {
     struct Version {
         std::uint32_t version;
-        const char* platform;
         int fontType;  ///< -1: the version says nothing about it
+        const char* platform;
     };
 
     const char* category;  ///< log category
