@@ -44,7 +44,8 @@ TEST_F(OpenType, VersionsAndTypes) {
 
     EXPECT_EQ(parse(SfntBuilder::goodFont()).getAttribute(ePlatform), "MacOrWindows");
     for (const char* tag : {"true", "typ1"}) {
-        const std::uint32_t version = tag == std::string("true") ? fourCharCode("true") : fourCharCode("typ1");
+        const std::uint32_t version =
+            tag == std::string("true") ? fourCharCode("true") : fourCharCode("typ1");
         const OxFont other = parse(SfntBuilder::goodFont().version(version));
         EXPECT_THAT(diagnosticLines(other), ElementsAre("error -1003"));
         EXPECT_EQ(other.getFontType(), OxFont::notSure);
@@ -173,9 +174,10 @@ TEST_F(Collection, SumsOverConvertedBytesAreTakenAfresh) {
 TEST_F(Collection, OddMembers) {
     const SfntBuilder good = SfntBuilder::goodFont();
     const std::string scalar = "error 0 True type collection must have Windows scalar type";
-    FontList fonts = parse(SfntBuilder::collection(
-        {SfntBuilder(good).version(fourCharCode("OTTO")), SfntBuilder(good).version(fourCharCode("true")),
-         SfntBuilder(good).tableCount(37), SfntBuilder(good).tableCount(0)}));
+    FontList fonts = parse(SfntBuilder::collection({SfntBuilder(good).version(fourCharCode("OTTO")),
+                                                    SfntBuilder(good).version(fourCharCode("true")),
+                                                    SfntBuilder(good).tableCount(37),
+                                                    SfntBuilder(good).tableCount(0)}));
     ASSERT_EQ(fonts->size(), 4u);
     EXPECT_THAT(diagnosticLines((*fonts)[0]), ElementsAre(scalar));
     EXPECT_EQ((*fonts)[0].attributes().size(), 4u) << "path, name, offset and the initial foundry";

@@ -89,9 +89,12 @@ TEST_F(TrueTypeParser, TheVersionDecidesPlatformAndType) {
         Lines diagnostics;
     };
     const Case cases[] = {
-        {0x00010000, "MacOrWindows", 5, {}},     {fourCharCode("OTTO"), "Open Type", 8, {}},
-        {fourCharCode("true"), "Macintosh", 5, {}},     {fourCharCode("typ1"), "Macintosh", 0, {}},
-        {fourCharCode("ttcf"), "", 5, {"error -1003"}}, {0x00020000, "", 5, {"error -1003"}},
+        {0x00010000, "MacOrWindows", 5, {}},
+        {fourCharCode("OTTO"), "Open Type", 8, {}},
+        {fourCharCode("true"), "Macintosh", 5, {}},
+        {fourCharCode("typ1"), "Macintosh", 0, {}},
+        {fourCharCode("ttcf"), "", 5, {"error -1003"}},
+        {0x00020000, "", 5, {"error -1003"}},
     };
     for (const Case& c : cases) {
         const OxFont font = parse(SfntBuilder::goodFont().version(c.version));
@@ -176,8 +179,10 @@ TEST_F(TrueTypeParser, AStructureMustFitButOldOS2TablesPass) {
     font.table("OS/2", BigEndian().zeros(78)).table("maxp", BigEndian().u32(0x5000).u16(1));
     const Lines lines = problems(font);
     EXPECT_THAT(lines, ElementsAre("error 11013 maxp"));
-    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("OS/2"))), 96);
-    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("head"))), 46);
+    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("OS/2"))),
+              96);
+    EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(static_cast<int>(fourCharCode("head"))),
+              46);
     EXPECT_EQ(OxParserTrueTypeImp::getTableStructureSize(0), 0);
     EXPECT_FALSE(parser.preflightTable(nullptr, *std::make_unique<OxFont>(), 100));
 }
