@@ -22,23 +22,21 @@ inline void storeLittleEndian(std::uint8_t* p, std::uint32_t word) {
 }
 
 // One word of each of several computations, which a processor's vector unit works on side by side.
-using HalfLanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes / 2)));
-using AllLanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
-template <typename Lanes>
-constexpr std::size_t kLaneCount = sizeof(Lanes) / sizeof(std::uint32_t);
+using Lanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
 
 // Where the message words come from: one block, or one block of each computation.
 struct OneBlock {
     const std::uint8_t* data;
 
-    void word(std::size_t i, std::uint32_t& x) const { x = loadLittleEndian(data + 4 * i); }
+    [[gnu::always_inline]] void word(std::size_t i, std::uint32_t& x) const {
+        x = loadLittleEndian(data + 4 * i);
+    }
     void next() { data += 64; }
 };
-template <typename Lanes>
 struct BlockOfEach {
-    std::array<const std::uint8_t*, kLaneCount<Lanes>> data;
+    std::array<const std::uint8_t*, kMd5Lanes> data;
 
-    void word(std::size_t i, Lanes& x) const {
+    [[gnu::always_inline]] void word(std::size_t i, Lanes& x) const {
         Lanes words{};
         for (std::size_t lane = 0; lane < data.size(); ++lane) {
             words[lane] = loadLittleEndian(data[lane] + 4 * i);
@@ -95,7 +93,8 @@ constexpr std::array<std::uint32_t, 64> kSines = {
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
 
 template <typename Word, typename Source>
-void processBlocks(std::array<Word, 4>& words, Source source, std::size_t blocks) {
+[[gnu::always_inline]] inline void processBlocks(std::array<Word, 4>& words, Source source,
+                                                 std::size_t blocks) {
     auto [a, b, c, d] = words;
     for (; blocks != 0; --blocks, source.next()) {
         Word x[16];
@@ -181,11 +180,12 @@ void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count)
 
 namespace {
 
-template <typename Lanes>
-void appendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
+// Inlined into one function for each kind of vector unit.
+[[gnu::always_inline]] inline void appendSideBySide(std::span<const Md5Piece> pieces,
+                                                    std::size_t blocks) {
     std::array<Lanes, 4> words{};
-    BlockOfEach<Lanes> source{};
-    for (std::size_t lane = 0; lane < kLaneCount<Lanes>; ++lane) {
+    BlockOfEach source{};
+    for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
         // A lane without a piece does the first one's work once more, for nothing.
         const Md5Piece& piece = pieces[lane < pieces.size() ? lane : 0];
         source.data[lane] = piece.data;
@@ -203,15 +203,44 @@ void appendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
     }
 }
 
+using AppendSideBySide = void (*)(std::span<const Md5Piece> pieces, std::size_t blocks);
+
+void appendAnywhere(std::span<const Md5Piece> pieces, std::size_t blocks) {
+    appendSideBySide(pieces, blocks);
+}
+
+#ifdef __x86_64__
+[[gnu::target("avx2")]] void appendWithAvx2(std::span<const Md5Piece> pieces, std::size_t blocks) {
+    appendSideBySide(pieces, blocks);
+}
+
+// Has an instruction for rotations.
+[[gnu::target("avx512vl")]] void appendWithAvx512(std::span<const Md5Piece> pieces,
+                                                  std::size_t blocks) {
+    appendSideBySide(pieces, blocks);
+}
+#endif
+
+AppendSideBySide bestForThisProcessor() {
+#ifdef __x86_64__
+    if (__builtin_cpu_supports("avx512vl")) {
+        return appendWithAvx512;
+    }
+    if (__builtin_cpu_supports("avx2")) {
+        return appendWithAvx2;
+    }
+#endif
+    return appendAnywhere;
+}
+
 }  // namespace
 
 void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks) {
+    static const AppendSideBySide append = bestForThisProcessor();
     if (pieces.size() == 1) {
         md5_append(pieces[0].state, pieces[0].data, 64 * blocks);
-    } else if (pieces.size() <= kMd5Lanes / 2) {
-        appendSideBySide<HalfLanes>(pieces, blocks);
     } else {
-        appendSideBySide<AllLanes>(pieces, blocks);
+        append(pieces, blocks);
     }
 }
 

@@ -20,7 +20,7 @@ OXPARSER_EXPORT void md5_append(md5_state_t* state, const std::uint8_t* data, st
 OXPARSER_EXPORT void md5_finish(md5_state_t* state, std::uint8_t digest[16]);
 
 /// How many computations md5AppendSideBySide takes at most.
-constexpr std::size_t kMd5Lanes = 8;
+constexpr std::size_t kMd5Lanes = 16;
 
 /// What one of several computations is to take in next; its length so far is a multiple of 64.
 struct Md5Piece {
