@@ -8,7 +8,7 @@
 #include <utility>
 
 LookAhead::LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf)
-    : budget_(budget), pathOf_(std::move(pathOf)), blocks_(budget) {
+    : pathOf_(std::move(pathOf)), blocks_(budget) {
     helpers_.reserve(helpers);
     try {
         while (helpers_.size() < helpers) {
@@ -90,22 +90,28 @@ bool LookAhead::claim(Lock& lock, Lane& lane) {
     return true;
 }
 
-// False when the lane has to wait for a block. Otherwise it reads, or is clear again.
+bool LookAhead::isFarAhead() const {
+    return bytesAhead_ > kMostBytesAhead || entries_.size() > kMostFilesAhead;
+}
+
+// False when the lane has to wait for the reader. Otherwise it reads, or is clear again.
 bool LookAhead::startReading(Lane& lane) {
     const auto found = entries_.find(lane.number);
     if (found == entries_.end()) {
         lane.clear();
         return true;
     }
+    if (isFarAhead()) {
+        return false;
+    }
     // References to elements of a map stay good, and nobody but its helper touches an entry that is
     // being read.
     Entry& entry = found->second;
     const auto size = static_cast<std::size_t>(lane.file->size());
-    const std::size_t room = isKept(size) ? size : FileReading::kPiece;
     try {
-        entry.block = blocks_.take(room);
+        entry.block = blocks_.take(size);
         if (entry.block == nullptr) {
-            return false;
+            lane.piece.resize(FileReading::kPiece);
         }
     } catch (const std::exception&) {
         drop(lane.number);
@@ -114,18 +120,28 @@ bool LookAhead::startReading(Lane& lane) {
     }
     entry.state = State::Reading;
     entry.version = lane.file->version();
+    bytesAhead_ += size;
     lane.entry = &entry;
-    lane.reading = FileReading(*lane.file, size, entry.block, room);
+    lane.reading = entry.block != nullptr
+                       ? FileReading(*lane.file, size, entry.block, size)
+                       : FileReading(*lane.file, size, lane.piece.data(), lane.piece.size());
     return true;
 }
 
 void LookAhead::advance(Lock& lock, Lanes& lanes) {
+    const std::optional<std::size_t> awaited = awaited_;
     lock.unlock();
     std::array<FileReading*, kMd5Lanes> readings{};
     std::size_t count = 0;
     for (Lane& lane : lanes) {
         if (lane.isReading()) {
             readings[count++] = &lane.reading;
+            if (lane.number == awaited) {
+                // The reader waits for this one; by itself it is done soonest.
+                readings[0] = &lane.reading;
+                count = 1;
+                break;
+            }
         }
     }
     FileReading::advance({readings.data(), count});
@@ -160,13 +176,14 @@ void LookAhead::drop(std::size_t number) {
         if (entry->second.block != nullptr) {
             blocks_.giveBack(entry->second.block);
         }
+        bytesAhead_ -= entry->second.version.size;  // 0 as long as it is not being read
         entries_.erase(entry);
     }
 }
 
 void LookAhead::wakeHelpers() {
-    // Not for every block: waking a thread costs about as much as parsing a small font.
-    if (blocks_.inUse() <= budget_ / 2) {
+    // Not for every file: waking a thread costs about as much as parsing a small font.
+    if (bytesAhead_ <= kMostBytesAhead / 2 && entries_.size() <= kMostFilesAhead / 2) {
         freed_.notify_all();
     }
 }
@@ -201,7 +218,7 @@ FileBytes::Supplied LookAhead::supply(std::size_t number, const FileVersion& ver
     // Copied, since the reader keeps its buffer for as long as it likes; and on its way to the
     // checksums the file has to come to this processor's cache anyway.
     const auto size = static_cast<std::size_t>(version.size);
-    const bool kept = isKept(size);
+    const bool kept = entry.block != nullptr;
     if (kept) {
         buffer.resize(size + padding);
         std::copy_n(entry.block, size, buffer.data());

@@ -28,8 +28,9 @@ class LookAhead {
     using PathOf = std::function<std::optional<boost::filesystem::path>(std::size_t number)>;
 
     /// Starts `helpers` threads, or as many as the system allows. What is being read or waits for
-    /// the reader takes at most `budget` bytes together. A larger file is only digested ahead,
-    /// which takes much longer than to read it once more.
+    /// the reader takes at most `budget` bytes together, besides a piece of each file in hand. A
+    /// file that finds no room there is only digested ahead, which takes much longer than to read
+    /// it once more.
     LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf);
     LookAhead(const LookAhead&) = delete;
     LookAhead& operator=(const LookAhead&) = delete;
@@ -59,7 +60,7 @@ class LookAhead {
         State state = State::Waiting;
         bool wanted = true;  // its turn has not passed
         FileVersion version;
-        std::uint8_t* block = nullptr;
+        std::uint8_t* block = nullptr;  // where its bytes wait; null when it is only digested
         md5_state_t md5{};
     };
     // One of the files that a helper has in hand; it belongs to an entry that is Waiting or
@@ -67,7 +68,8 @@ class LookAhead {
     struct Lane {
         std::size_t number = 0;
         std::optional<FileBytes> file;
-        Entry* entry = nullptr;  // once it has a block and is being read
+        Entry* entry = nullptr;  // once it is being read
+        ByteBuffer piece;        // for a file that is only digested
         FileReading reading;
 
         bool isReading() const { return file && entry != nullptr; }
@@ -76,10 +78,15 @@ class LookAhead {
     using Lanes = std::array<Lane, kMd5Lanes>;
     using Lock = std::unique_lock<std::mutex>;
 
-    // Whether a file's bytes wait for the reader, too.
-    bool isKept(std::size_t size) const { return size <= budget_; }
+    // How far ahead of the reader the helpers may be. The digest of a large file takes as long by
+    // itself as with those of many others beside it, so there should be many to be had; with too
+    // many, the system may have to fetch once more what was only digested.
+    static constexpr std::uint64_t kMostBytesAhead = std::uint64_t{128} << 20;
+    static constexpr std::size_t kMostFilesAhead = 1024;
+
     void help();
     bool claim(Lock& lock, Lane& lane);
+    bool isFarAhead() const;
     bool startReading(Lane& lane);
     void advance(Lock& lock, Lanes& lanes);
     void drop(std::size_t number);
@@ -90,15 +97,15 @@ class LookAhead {
                                ByteBuffer& buffer, md5_state_t& md5);
     void endTurn(std::size_t number);
 
-    const std::size_t budget_;
     const PathOf pathOf_;
     std::mutex mutex_;
     std::condition_variable filled_;  // the block that the reader waits for
-    std::condition_variable freed_;   // room for more blocks
+    std::condition_variable freed_;   // the helpers may go on
     bool stopping_ = false;
     std::optional<std::size_t> awaited_;    // what the reader waits for
     std::size_t next_ = 0;                  // the first file that nobody has claimed
     std::map<std::size_t, Entry> entries_;  // claimed by a helper, not passed by the reader
+    std::uint64_t bytesAhead_ = 0;          // in those that are being read or ready
     BlockPool blocks_;
     std::vector<std::thread> helpers_;
 };

@@ -104,8 +104,9 @@ class OXPARSER_EXPORT OxParser {
     void setTolerantWalk(bool tolerant) { tolerantWalk_ = tolerant; }
     bool tolerantWalk() const { return tolerantWalk_; }
 
-    /// Asks for `helpers` threads that read and digest the next font files while one is parsed,
-    /// their bytes waiting in at most `budget` bytes of memory; to be called before `run`. With 0,
+    /// Asks for `helpers` threads that read and digest the next font files while one is parsed;
+    /// their bytes wait in at most `budget` bytes of memory, and what finds no room there is read
+    /// once more from the system's cache. To be called before `run`. With 0,
     /// as it is without this call, each file is read when it is parsed. Records, their order and
     /// the threads that call the host are the same either way.
     void setLookAhead(unsigned helpers, std::size_t budget = kLookAheadBudget) {
