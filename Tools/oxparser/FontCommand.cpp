@@ -7,7 +7,7 @@
 #include "Sources.h"
 
 int runFontCommand(const Options& options, const ResultShape& shape,
-                   const FontResultMaker& makeResult, Output& output, Console& console) {
+                   const ScanSession::ResultMaker& makeResult, Output& output, Console& console) {
     configureLogging(options);
     const FoundryLists lists = foundryLists(options, console);
     const bool nothingGiven = options.arguments.empty() && options.filesFrom.empty();
@@ -23,12 +23,7 @@ int runFontCommand(const Options& options, const ResultShape& shape,
     OxParser parser(sources, lists.names, lists.codes);
     parser.setTolerantWalk(true);
     session.run(
-        parser, [&parser] { parser.run(); },
-        [&](const OxFont& font, int filesParsed, int totalFiles) {
-            if (const auto result = makeResult(font, filesParsed, totalFiles)) {
-                writer->write(*result);
-            }
-        });
+        parser, [&parser] { parser.run(); }, *writer, makeResult);
     session.summarize(*writer);
     return session.exitStatus();
 }

@@ -55,26 +55,26 @@ std::string fontTypeText(const OxFont& font) {
 
 ordered_json FontResult::json() const {
     ordered_json attributes = ordered_json::object();
-    for (const auto& [key, value] : font_.attributes()) {
+    for (const auto& [key, value] : font().attributes()) {
         attributes[toUtf8(key)] = toUtf8(value);
     }
     ordered_json diagnostics = ordered_json::array();
-    for (const FontDiagnostic& diagnostic : font_.diagnostics()) {
+    for (const FontDiagnostic& diagnostic : font().diagnostics()) {
         diagnostics.push_back(diagnosticJson(diagnostic));
     }
     ordered_json printerFonts = ordered_json::array();
-    for (const boost::filesystem::path& path : font_.printerFontPaths) {
+    for (const boost::filesystem::path& path : font().printerFontPaths) {
         printerFonts.push_back(toUtf8(path.string()));
     }
     ordered_json resources = ordered_json::array();
-    for (const auto& [type, id] : font_.resources()) {
+    for (const auto& [type, id] : font().resources()) {
         resources.push_back({{"type", resourceTypeText(type)}, {"id", id}});
     }
     return {{"record", "font"},
-            {"file", toUtf8(font_.sourceFile().string())},
+            {"file", toUtf8(font().sourceFile().string())},
             {"filesParsed", filesParsed_},
             {"totalFiles", totalFiles_},
-            {"fontType", font_.getFontType()},
+            {"fontType", font().getFontType()},
             {"attributes", std::move(attributes)},
             {"diagnostics", std::move(diagnostics)},
             {"printerFontPaths", std::move(printerFonts)},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/shared_ptr.hpp>
 #include <string>
 
 #include "OxFont.h"
@@ -22,17 +23,16 @@ std::string fontTypeText(const OxFont& font);
 /// A font record as a result: what scan and check share.
 class FontResult : public Result {
   public:
-    /// `font` is not owned and must outlive the result.
-    FontResult(const OxFont& font, int filesParsed, int totalFiles)
+    FontResult(const boost::shared_ptr<OxFont>& font, int filesParsed, int totalFiles)
         : font_(font), filesParsed_(filesParsed), totalFiles_(totalFiles) {}
 
     nlohmann::ordered_json json() const override;
 
   protected:
-    const OxFont& font() const { return font_; }
+    const OxFont& font() const { return *font_; }
 
   private:
-    const OxFont& font_;
+    const boost::shared_ptr<const OxFont> font_;
     int filesParsed_;
     int totalFiles_;
 };

@@ -42,7 +42,7 @@ bool isTrouble(CopyOutcome outcome) {
 
 class ImportResult : public Result {
   public:
-    explicit ImportResult(const FontCopy& copy) : copy_(copy) {}
+    explicit ImportResult(FontCopy copy) : copy_(std::move(copy)) {}
 
     nlohmann::ordered_json json() const override {
         nlohmann::ordered_json object = {{"record", "import"},
@@ -66,7 +66,7 @@ class ImportResult : public Result {
                 {why()}};
     }
 
-    const FontCopy& copy_;
+    const FontCopy copy_;
 };
 
 /// How often each outcome occurred, and the bytes that were copied.
@@ -147,14 +147,16 @@ int runImport(const Options& options, Output& output, Console& console) {
     std::optional<FontCopy> latest;
     importer.copyCallbacks.push_back([&latest](const FontCopy& copy) { latest = copy; });
     session.run(
-        importer.parser(), [&importer] { importer.import(); },
-        [&](const OxFont&, int, int) {
-            if (latest) {
-                tally.count(*latest);
-                writer->write(ImportResult(*latest));
-                session.showExtra(tally.bytesText());
-                latest.reset();
+        importer.parser(), [&importer] { importer.import(); }, *writer,
+        [&](const ScanSession::Record&, int, int) -> std::unique_ptr<Result> {
+            if (!latest) {
+                return nullptr;
             }
+            tally.count(*latest);
+            session.showExtra(tally.bytesText());
+            auto result = std::make_unique<ImportResult>(std::move(*latest));
+            latest.reset();
+            return result;
         });
     session.summarize(*writer, tally.json(session.summary().json()),
                       tally.text(options.dryRun) + "; " + session.summary().text());

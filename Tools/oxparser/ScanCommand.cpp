@@ -99,7 +99,7 @@ class ScanResult : public FontResult {
 }  // namespace
 
 int runScan(const Options& options, Output& output, Console& console) {
-    const auto makeResult = [](const OxFont& font, int filesParsed, int totalFiles) {
+    const auto makeResult = [](const ScanSession::Record& font, int filesParsed, int totalFiles) {
         return std::make_unique<ScanResult>(font, filesParsed, totalFiles);
     };
     return runFontCommand(options, scanShape(), makeResult, output, console);

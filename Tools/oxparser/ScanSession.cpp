@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 
 #include "ExitStatus.h"
@@ -12,6 +13,8 @@
 namespace {
 
 constexpr std::chrono::milliseconds kTick(100);
+// Whoever reads the results may be slower than the scan.
+constexpr std::size_t kMostWaiting = 64;
 
 // Reading and digesting is most of a scan, and a few threads read as fast as a disk gives.
 unsigned lookAheadHelpers() {
@@ -44,15 +47,15 @@ std::string ScanSummary::text() const {
 ScanSession::ScanSession(const Options& options, Output& output, Console& console)
     : options_(options), output_(output), console_(console), progress_(console, options.progress) {}
 
-void ScanSession::run(OxParser& parser, const std::function<void()>& start,
-                      const RecordHandler& handler) {
-    connect(parser, handler);
+void ScanSession::run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
+                      const ResultMaker& makeResult) {
+    connect(parser, makeResult);
     interruption_.attach([&parser] { parser.cancel(); });
     if (interruption_.requested()) {
         summary_.cancelled = true;
     } else {
         start();
-        waitForCompletion(parser);
+        writeUntilComplete(parser, writer);
     }
     interruption_.detach();
     // A cancellation during the walk is not told to the font completion callbacks.
@@ -62,7 +65,7 @@ void ScanSession::run(OxParser& parser, const std::function<void()>& start,
     progress_.finish(summary_.filesParsed, summary_.filesFound);
 }
 
-void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
+void ScanSession::connect(OxParser& parser, const ResultMaker& makeResult) {
     outputIsTerminal_ = isTerminal(output_.descriptor());
     parser.setLookAhead(lookAheadHelpers());
     parser.fileProgressCallbacks.push_back(
@@ -74,11 +77,11 @@ void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
     parser.fileCompletionCallbacks.push_back(
         [this](bool cancelled) { summary_.cancelled = summary_.cancelled || cancelled; });
     parser.fontProgressCallbacks.push_back(
-        [this, &handler](int filesParsed, int totalFiles, const boost::shared_ptr<OxFont>& font) {
+        [this, &makeResult](int filesParsed, int totalFiles, const Record& font) {
             // The coordinator would only log an exception, and the record would be missing
             // silently.
             try {
-                handleRecord(*font, filesParsed, totalFiles, handler);
+                handleRecord(font, makeResult(font, filesParsed, totalFiles));
             } catch (const std::exception& error) {
                 console_.complain(font->sourceFile().string() + ": " + error.what());
             }
@@ -86,22 +89,20 @@ void ScanSession::connect(OxParser& parser, const RecordHandler& handler) {
     parser.fontCompletionCallbacks.push_back([this](bool cancelled) { finished(cancelled); });
 }
 
-void ScanSession::handleRecord(const OxFont& font, int filesParsed, int totalFiles,
-                               const RecordHandler& handler) {
-    const DefectCounts defects = countDefects(font);
+void ScanSession::handleRecord(const Record& font, std::unique_ptr<Result> result) {
+    const DefectCounts defects = countDefects(*font);
     ++summary_.fonts;
     summary_.defects.errors += defects.errors;
     summary_.defects.warnings += defects.warnings;
     summary_.defects.notes += defects.notes;
-    progress_.record(font.sourceFile().string(), summary_.fonts, summary_.defects.all());
-    if (outputIsTerminal_) {
-        const Console::StatusPause pause(console_);
-        handler(font, filesParsed, totalFiles);
-    } else {
-        handler(font, filesParsed, totalFiles);
-    }
-    if (output_.failed()) {
-        interruption_.request();
+    progress_.record(font->sourceFile().string(), summary_.fonts, summary_.defects.all());
+    if (result) {
+        std::unique_lock lock(mutex_);
+        written_.wait(lock, [this] { return waiting_.size() < kMostWaiting; });
+        waiting_.push_back({font, std::move(result)});
+        if (waiting_.size() == 1) {
+            arrived_.notify_one();
+        }
     }
 }
 
@@ -109,13 +110,38 @@ void ScanSession::finished(bool cancelled) {
     const std::lock_guard lock(mutex_);
     summary_.cancelled = summary_.cancelled || cancelled;
     complete_ = true;
-    completed_.notify_all();
+    arrived_.notify_one();
 }
 
-void ScanSession::waitForCompletion(const OxParser& parser) {
+void ScanSession::writeUntilComplete(const OxParser& parser, ResultWriter& writer) {
+    std::deque<Waiting> results;
     std::unique_lock lock(mutex_);
-    while (!completed_.wait_for(lock, kTick, [this] { return complete_; })) {
+    while (!complete_ || !waiting_.empty()) {
+        arrived_.wait_for(lock, kTick, [this] { return complete_ || !waiting_.empty(); });
+        results.swap(waiting_);
+        lock.unlock();
+        written_.notify_one();
+        for (const Waiting& waiting : results) {
+            write(waiting, writer);
+        }
+        results.clear();
         progress_.parsing(parser.filesParsed(), parser.totalFiles());
+        lock.lock();
+    }
+}
+
+void ScanSession::write(const Waiting& waiting, ResultWriter& writer) {
+    try {
+        std::optional<Console::StatusPause> pause;
+        if (outputIsTerminal_) {
+            pause.emplace(console_);
+        }
+        writer.write(*waiting.result);
+    } catch (const std::exception& error) {
+        console_.complain(waiting.font->sourceFile().string() + ": " + error.what());
+    }
+    if (output_.failed()) {
+        interruption_.request();
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -31,17 +33,22 @@ struct ScanSummary {
 /// To be made before any other thread, since it blocks signals for the threads to come.
 class ScanSession {
   public:
-    /// Called for every record, on the coordinator's thread: must not call the coordinator.
-    using RecordHandler = std::function<void(const OxFont& font, int filesParsed, int totalFiles)>;
+    using Record = boost::shared_ptr<OxFont>;
+    /// Makes the result to print for a record; null when the command leaves the record out. Called
+    /// for every record, on the coordinator's thread: must not call the coordinator.
+    using ResultMaker =
+        std::function<std::unique_ptr<Result>(const Record&, int filesParsed, int totalFiles)>;
 
     /// Neither is owned; both must outlive the session.
     ScanSession(const Options& options, Output& output, Console& console);
     ScanSession(const ScanSession&) = delete;
     ScanSession& operator=(const ScanSession&) = delete;
 
-    /// Calls `start`, which must run `parser`, and returns when the last record has been handled;
-    /// `parser` may then be destroyed. Standard output is only written to by `handler` meanwhile.
-    void run(OxParser& parser, const std::function<void()>& start, const RecordHandler& handler);
+    /// Calls `start`, which must run `parser`, and returns when the last result has been written;
+    /// `parser` may then be destroyed. Results are written on the calling thread, in the order of
+    /// their records: parsing goes on meanwhile.
+    void run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
+             const ResultMaker& makeResult);
 
     /// Writes the summary: to `writer` where the format has a place for it, else to the console.
     void summarize(ResultWriter& writer);
@@ -54,11 +61,16 @@ class ScanSession {
     int exitStatus() const;
 
   private:
-    void connect(OxParser& parser, const RecordHandler& handler);
-    void handleRecord(const OxFont& font, int filesParsed, int totalFiles,
-                      const RecordHandler& handler);
+    struct Waiting {
+        Record font;
+        std::unique_ptr<Result> result;
+    };
+
+    void connect(OxParser& parser, const ResultMaker& makeResult);
+    void handleRecord(const Record& font, std::unique_ptr<Result> result);
     void finished(bool cancelled);
-    void waitForCompletion(const OxParser& parser);
+    void writeUntilComplete(const OxParser& parser, ResultWriter& writer);
+    void write(const Waiting& waiting, ResultWriter& writer);
     bool failOnMet() const;
 
     const Options& options_;
@@ -69,6 +81,8 @@ class ScanSession {
     ScanSummary summary_;
     bool outputIsTerminal_ = false;  // asked once: the question is a system call
     std::mutex mutex_;
-    std::condition_variable completed_;
+    std::condition_variable arrived_;  // a result to write, or the end
+    std::condition_variable written_;  // room for more results
+    std::deque<Waiting> waiting_;
     bool complete_ = false;
 };
