@@ -15,9 +15,9 @@
 namespace {
 
 // Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
-constexpr std::size_t kGrowth = 256 * 1024;  // a whole number of pages
+constexpr std::size_t kGrowth = std::size_t{256} * 1024;  // a whole number of pages
 // A block beyond this is given back when the next file needs much less.
-constexpr std::size_t kKept = 64 * 1024 * 1024;
+constexpr std::size_t kKept = std::size_t{64} << 20;
 
 std::size_t readFully(int descriptor, std::uint8_t* out, std::size_t count, std::uint64_t offset) {
     std::size_t done = 0;

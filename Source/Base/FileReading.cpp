@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kMd5Block = 64;
 // Small enough for a piece of each file to stay in the second-level cache between the read and the
 // digest.
-static_assert(FileReading::kPiece % kMd5Block == 0 && FileReading::kPiece <= 128 * 1024);
+static_assert(FileReading::kPiece % kMd5Block == 0 && FileReading::kPiece <= 131072);
 
 }  // namespace
 

@@ -13,7 +13,7 @@ class FileBytes;
 class FileReading {
   public:
     /// As much as is read at a time.
-    static constexpr std::size_t kPiece = 64 * 1024;
+    static constexpr std::size_t kPiece = std::size_t{64} * 1024;
 
     FileReading() = default;
     /// Will read the first `size` bytes of `file` into `block`, which has `room` bytes: at least

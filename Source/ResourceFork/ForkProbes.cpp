@@ -269,7 +269,7 @@ void probeUnarchiver(ForkSearch& search) {
     for (const ForkSearch::Spot& spot : search.spots()) {
         FilePtr file = besideFile(search, spot, spot.name + ".rsrc");
         if (file && !search.offerAppleDouble(ForkPlace::eUnarchiver, file, Strictness::eStrict)) {
-            search.offerFork(ForkPlace::eUnarchiver, std::move(file));
+            search.offerFork(ForkPlace::eUnarchiver, file);
         }
     }
 }
