@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
 
@@ -14,20 +15,38 @@ constexpr int kAttempts = 16;
 constexpr std::size_t kPiece = std::size_t{1} << 30;
 constexpr int kOnlyOurs = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-std::string idOf(const struct stat& status) {
-    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+// The handle that servers know a file by, on file systems that have such; it tells the file from
+// another one that was given its number after it had been removed.
+std::string handleOf(int folder, const std::string& name, int flags) {
+    alignas(file_handle) std::array<char, sizeof(file_handle) + MAX_HANDLE_SZ> room{};
+    auto* const handle = reinterpret_cast<file_handle*>(room.data());
+    handle->handle_bytes = MAX_HANDLE_SZ;
+    int mount = 0;
+    const bool known = ::name_to_handle_at(folder, name.c_str(), handle, &mount, flags) == 0;
+    return known ? std::string(room.data() + sizeof(file_handle), handle->handle_bytes)
+                 : std::string();
 }
 
-// Identifies the file of that name, links not followed; empty when there is none.
-std::string idOf(int folder, const std::string& name) {
-    struct stat status;
-    const bool there = ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-    return there ? idOf(status) : std::string();
+// Identifies the file of that name, links not followed; empty when there is none. With
+// AT_EMPTY_PATH and no name, it is the open file itself.
+std::string idOf(int folder, const std::string& name, int flags = 0) {
+    struct statx status;
+    if (::statx(folder, name.c_str(), flags | AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_BTIME,
+                &status) != 0) {
+        return std::string();
+    }
+    std::string id = handleOf(folder, name, flags);
+    for (const std::uint64_t part :
+         {std::uint64_t{status.stx_dev_major}, std::uint64_t{status.stx_dev_minor},
+          std::uint64_t{status.stx_ino}, static_cast<std::uint64_t>(status.stx_btime.tv_sec),
+          std::uint64_t{status.stx_btime.tv_nsec}}) {
+        id += ":" + std::to_string(part);
+    }
+    return id;
 }
 
 std::string idOf(const FileDescriptor& file) {
-    struct stat status;
-    return ::fstat(file.get(), &status) == 0 ? idOf(status) : std::string();
+    return idOf(file.get(), std::string(), AT_EMPTY_PATH);
 }
 
 // The file's own entry in /proc: linking it gives an unnamed file a name without any privilege.
