@@ -244,7 +244,7 @@ fs::path OxParser::getNextPath() {
     if (sources_.empty()) {
         return {};
     }
-    const fs::path next = sources_.front();
+    fs::path next = sources_.front();
     sources_.pop();
     return next;
 }
