@@ -128,6 +128,8 @@ class ForkSearch {
     void findSpots();
     bool done() const { return !wantsFork() && !wantsFinderInfo(); }
     void note(std::int16_t status);
+    void noteReadErrors();
+    std::shared_ptr<const ForkFile> opened(ForkFile::Opened result);
     void keep(Rank rank, ForkSource source, std::shared_ptr<const ForkFile> file, ForkBytes bytes);
 
     ForkLocator& locator_;
@@ -136,6 +138,7 @@ class ForkSearch {
     bool isEmpty_ = false;  // known to hold nothing
     std::vector<Spot> spots_;
     std::optional<std::vector<std::string>> attributes_;
+    std::vector<std::shared_ptr<const ForkFile>> openedFiles_;
     bool contentOpened_ = false;
     std::shared_ptr<const ForkFile> content_;
     std::vector<std::uint8_t> contentStart_;
