@@ -177,9 +177,10 @@ bool ForkSearch::hasAttribute(const std::string& name) {
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::attribute(const std::string& name) {
-    if (!hasAttribute(name)) {
-        return std::nullopt;
-    }
+    return hasAttribute(name) ? unlistedAttribute(name) : std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> ForkSearch::unlistedAttribute(const std::string& name) {
     return environment().readAttribute(file_, name, environment().forkLimit);
 }
 
@@ -323,6 +324,9 @@ ForkAnswer ForkSearch::takeFork() {
     answer.source = source_;
     if (rank_ == Rank::eNone) {
         answer.status = trouble_ != noErr ? trouble_ : eofErr;
+        if (outOfReach_) {
+            logChannel().warn("Resource fork is out of reach on its volume:  " + file_.string());
+        }
     } else if (source_.length > environment().forkLimit) {
         answer.status = memFullErr;
     } else {
