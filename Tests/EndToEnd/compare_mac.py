@@ -371,6 +371,23 @@ class PlacesTest(MacFontsTest):
         self.assertEqual(os.getxattr(file, "hfs.type"), b"FFIL")
         self.is_reached(file)
 
+    def test_a_name_that_a_volume_cuts(self):
+        """HFS keeps 31 letters of a name and says nothing: a copy's fork would be lost."""
+        image = self.path("image")
+        run("truncate", "-s", "1600K", image)
+        run("hformat", "-l", "Fonts", image)
+        volume = self.mounted("hfs", image)
+        for length, outcome in ((29, "copied"), (30, "failed")):
+            name = "N" * length
+            self.write(f"here/{name}", b"")
+            self.write(f"here/._{name}", apple_file(0x00051607, (9, finder_info()),
+                                                    (2, self.fork_of("Outline.suit"))))
+            done = subprocess.run([PROGRAM, "import", "--format", "csv", self.path("here", name),
+                                   "--to", volume], stdout=subprocess.PIPE, check=False)
+            self.assertIn(f"\n{outcome},", done.stdout.decode().replace("\r", ""))
+            copies = [f for _, _, names in os.walk(volume) for f in names if "N" in f]
+            self.assertEqual(sorted(copies), sorted(["N" * 29, "._" + "N" * 29]))
+
     def test_a_mounted_hfs_plus_image(self):
         if shutil.which("mkfs.hfsplus") is None:
             self.skipTest("mkfs.hfsplus is not installed")
