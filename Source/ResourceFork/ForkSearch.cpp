@@ -188,7 +188,7 @@ std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
     return opened(ForkFile::open(path, ForkFile::Links::eRefuse));
 }
 
-std::shared_ptr<const ForkFile> ForkSearch::opened(ForkFile::Opened result) {
+std::shared_ptr<const ForkFile> ForkSearch::opened(const ForkFile::Opened& result) {
     note(result.status);
     if (result.file) {
         openedFiles_.push_back(result.file);

@@ -133,7 +133,7 @@ class ForkSearch {
     bool done() const { return !wantsFork() && !wantsFinderInfo(); }
     void note(std::int16_t status);
     void noteReadErrors();
-    std::shared_ptr<const ForkFile> opened(ForkFile::Opened result);
+    std::shared_ptr<const ForkFile> opened(const ForkFile::Opened& result);
     void keep(Rank rank, ForkSource source, std::shared_ptr<const ForkFile> file, ForkBytes bytes);
 
     ForkLocator& locator_;
