@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
 #include <vector>
 
+#include "FolderListing.h"
 #include "NewFile.h"
 
 namespace {
@@ -93,6 +95,18 @@ bool holds(const FileDescriptor& folder, const std::string& name,
            std::equal(read.begin(), read.end(), bytes.begin(), bytes.end());
 }
 
+// Whether a folder lists that name, which is known to be taken. The HFS driver of Linux cuts a
+// name of more than 31 letters silently and finds it under the long name again.
+bool keepsName(const FileDescriptor& folder, const std::string& name) {
+    const long longest = ::fpathconf(folder.get(), _PC_NAME_MAX);
+    if (longest <= 0 || name.size() <= static_cast<std::size_t>(longest)) {
+        return true;
+    }
+    FolderListings listings;
+    const fs::path entry = "/proc/self/fd/" + std::to_string(folder.get());
+    return listings.of(entry, FolderListings::Links::eFollow)->find(name) != nullptr;
+}
+
 // The errno value of putting the file beside its owner; EEXIST when the name is taken.
 int placeSidecar(NewFile& sidecar, const FileDescriptor& folder, const std::string& name,
                  const struct stat& owner, std::span<const std::uint8_t> bytes) {
@@ -104,7 +118,14 @@ int placeSidecar(NewFile& sidecar, const FileDescriptor& folder, const std::stri
         return error;
     }
     sidecar.setModificationTime(owner.st_mtim);
-    return sidecar.commit();
+    error = sidecar.commit();
+    if ((error == 0 || error == EEXIST) && !keepsName(folder, name)) {
+        if (error == 0) {
+            sidecar.withdraw();
+        }
+        error = ENAMETOOLONG;
+    }
+    return error;
 }
 
 bool haveEqualRest(Source& first, Source& second, error_code& error) {

@@ -59,10 +59,16 @@ bool notLoadedYet(FoundryFile kind, const fs::path& file) {
     if (::stat(file.c_str(), &status) != 0) {
         return true;
     }
+    // The working folder may have been removed or unmounted, and most hosts name whole paths.
+    boost::system::error_code error;
+    const fs::path folder = file.is_absolute() ? fs::path() : fs::current_path(error);
+    if (error) {
+        return true;
+    }
     using Version = std::tuple<off_t, time_t, long>;
     static auto& loaded = *new std::map<std::pair<FoundryFile, std::string>, Version>;
     const Version version(status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
-    const auto [entry, isNew] = loaded.try_emplace({kind, fs::absolute(file).string()}, version);
+    const auto [entry, isNew] = loaded.try_emplace({kind, (folder / file).string()}, version);
     if (!isNew && entry->second == version) {
         return false;
     }

@@ -41,6 +41,7 @@ std::vector<std::uint8_t> ForkFile::read(std::uint64_t offset, std::uint64_t cou
             break;
         }
     }
+    cutShort_ = cutShort_ || done < bytes.size();
     bytes.resize(done);
     return bytes;
 }

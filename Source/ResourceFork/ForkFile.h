@@ -38,6 +38,8 @@ class ForkFile {
     const Stamp& stamp() const { return stamp_; }
     /// The bytes of [offset, offset + count), fewer at the file's end or after a reading error.
     std::vector<std::uint8_t> read(std::uint64_t offset, std::uint64_t count) const;
+    /// Whether some read gave fewer bytes than the file had when it was opened.
+    bool wasCutShort() const { return cutShort_; }
 
   private:
     ForkFile(boost::filesystem::path path, FileDescriptor descriptor, const Stamp& stamp)
@@ -46,4 +48,5 @@ class ForkFile {
     boost::filesystem::path path_;
     FileDescriptor descriptor_;
     Stamp stamp_;
+    mutable bool cutShort_ = false;
 };

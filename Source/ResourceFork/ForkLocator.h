@@ -35,8 +35,8 @@ enum class ForkPlace {
     eXinet,               // .HSResource/NAME and .HSancillary
     eUnarchiver,          // NAME.rsrc
     eProDos,              // STEM.ADF, R.NAME
-    eHfsMount,            // P/rsrc, attributes hfs.type and hfs.creator
-    eHfsPlusMount,        // attribute osx.com.apple.FinderInfo
+    eHfsMount,            // attributes hfs.type and hfs.creator; P/rsrc where a kernel walks to it
+    eHfsPlusMount,        // attribute osx.com.apple.FinderInfo; the fork is out of reach
     eAppleSingle,         // the file itself
     eAppleDouble,         // the file itself
     eMacBinary,           // the file itself

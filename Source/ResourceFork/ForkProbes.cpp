@@ -288,6 +288,9 @@ void probeProDos(ForkSearch& search) {
     }
 }
 
+// Linux hands out the attributes; its NAME/rsrc ends at the kernel's own check that only folders
+// are walked through (seen with 5.10 to 7.2). The path is tried all the same, for kernels without
+// it.
 void probeHfsMount(ForkSearch& search) {
     const auto type = search.attribute("hfs.type");
     const auto creator = search.attribute("hfs.creator");
@@ -297,12 +300,18 @@ void probeHfsMount(ForkSearch& search) {
     }
     if (search.wantsFork()) {
         probeForkBelowFile(search, ForkPlace::eHfsMount, search.environment().hfsForkSuffix);
+        if (type) {
+            search.noteForkOutOfReach();
+        }
     }
 }
 
 void probeHfsPlusMount(ForkSearch& search) {
-    if (const auto value = search.attribute("osx.com.apple.FinderInfo")) {
+    // Asked for unseen: some kernels list the name without its last letter (6.12) or not at all
+    // (7.2).
+    if (const auto value = search.unlistedAttribute("osx.com.apple.FinderInfo")) {
         search.offerFinderInfo(ForkPlace::eHfsPlusMount, finderInfoOfBytes(*value));
+        search.noteForkOutOfReach();
     }
 }
 
@@ -406,7 +415,7 @@ constexpr ForkProbe kProbes[] = {
     {true, true, false, probeUnarchiver},
     {true, true, false, probeProDos},
     {true, true, false, probeHfsMount},
-    {false, true, false, probeHfsPlusMount},
+    {true, true, false, probeHfsPlusMount},
     {true, true, true, probeAppleFile},
     {true, true, true, probeMacBinary},
     {true, true, true, probeBinHex},

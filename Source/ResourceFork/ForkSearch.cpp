@@ -60,9 +60,9 @@ bool isLink(const fs::path& path) {
 const FinderDat& FinderDatCache::of(const ForkFile& file,
                                     const std::shared_ptr<const FolderListing>& folder) {
     if (folder != folder_ || file.stamp() != stamp_) {
-        stamp_ = file.stamp();
-        folder_ = folder;
         const std::vector<std::uint8_t> bytes = file.read(0, FinderDat::kSizeLimit);
+        stamp_ = file.wasCutShort() ? ForkFile::Stamp() : file.stamp();
+        folder_ = folder;
         parsed_ = FinderDat(ByteView(bytes), [&](const std::string& name) {
             return folder_->findAnyCase(name) != nullptr;
         });
@@ -112,9 +112,19 @@ std::int16_t ForkSearch::run() {
             (probe.givesFork && wantsFork()) || (probe.givesFinderInfo && wantsFinderInfo());
         if (useful && !(probe.looksInsideFile && wanted_.onlyOutsideFile)) {
             probe.probe(*this);
+            noteReadErrors();
         }
     }
     return noErr;
+}
+
+// A container that cannot be read looks like none, and what it holds would be missed silently.
+void ForkSearch::noteReadErrors() {
+    for (const auto& file : openedFiles_) {
+        if (file->wasCutShort()) {
+            note(ioErr);
+        }
+    }
 }
 
 std::int16_t ForkSearch::lookAtFile() {
@@ -167,16 +177,23 @@ bool ForkSearch::hasAttribute(const std::string& name) {
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::attribute(const std::string& name) {
-    if (!hasAttribute(name)) {
-        return std::nullopt;
-    }
+    return hasAttribute(name) ? unlistedAttribute(name) : std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> ForkSearch::unlistedAttribute(const std::string& name) {
     return environment().readAttribute(file_, name, environment().forkLimit);
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
-    const ForkFile::Opened opened = ForkFile::open(path, ForkFile::Links::eRefuse);
-    note(opened.status);
-    return opened.file;
+    return opened(ForkFile::open(path, ForkFile::Links::eRefuse));
+}
+
+std::shared_ptr<const ForkFile> ForkSearch::opened(const ForkFile::Opened& result) {
+    note(result.status);
+    if (result.file) {
+        openedFiles_.push_back(result.file);
+    }
+    return result.file;
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::content() {
@@ -185,10 +202,9 @@ std::shared_ptr<const ForkFile> ForkSearch::content() {
         if (isEmpty_) {
             return nullptr;
         }
-        const ForkFile::Opened opened = ForkFile::open(file_, ForkFile::Links::eFollow);
-        note(opened.status);
-        if (opened.file && opened.file->size() != 0 && opened.file->size() < kTooLargeToRead) {
-            content_ = opened.file;
+        const auto file = opened(ForkFile::open(file_, ForkFile::Links::eFollow));
+        if (file && file->size() != 0 && file->size() < kTooLargeToRead) {
+            content_ = file;
             contentStart_ = content_->read(0, kContentStart);
         }
     }
@@ -308,6 +324,9 @@ ForkAnswer ForkSearch::takeFork() {
     answer.source = source_;
     if (rank_ == Rank::eNone) {
         answer.status = trouble_ != noErr ? trouble_ : eofErr;
+        if (outOfReach_) {
+            logChannel().warn("Resource fork is out of reach on its volume:  " + file_.string());
+        }
     } else if (source_.length > environment().forkLimit) {
         answer.status = memFullErr;
     } else {
@@ -316,8 +335,11 @@ ForkAnswer ForkSearch::takeFork() {
             answer.bytes = std::make_shared<std::vector<std::uint8_t>>(
                 sourceFile_->read(source_.offset, source_.length));
         }
-        const bool whole = answer.bytes && answer.bytes->size() == source_.length;
-        answer.status = rank_ == Rank::eDamaged ? mapReadErr : whole ? noErr : ioErr;
+        if (answer.bytes && answer.bytes->size() != source_.length) {
+            answer.status = ioErr;
+        } else {
+            answer.status = rank_ == Rank::eDamaged ? mapReadErr : noErr;
+        }
         logChannel().info("Resource fork:  %s",
                           forkPlaceName(source_.place) + (": " + source_.file.string()));
     }

@@ -95,6 +95,8 @@ class ForkSearch {
 
     bool hasAttribute(const std::string& name);
     std::optional<std::vector<std::uint8_t>> attribute(const std::string& name);
+    /// The same for a name that the system may leave out of its list.
+    std::optional<std::vector<std::uint8_t>> unlistedAttribute(const std::string& name);
 
     /// Opens a sidecar, never through a link; null when that fails.
     std::shared_ptr<const ForkFile> openSidecar(const boost::filesystem::path& path);
@@ -113,6 +115,8 @@ class ForkSearch {
     /// Bytes in memory as the fork: an attribute's value or decoded text.
     void offerFork(ForkPlace place, const boost::filesystem::path& file,
                    const std::string& attribute, std::vector<std::uint8_t> bytes);
+    /// The file lies on a volume that keeps forks, and the system does not give them.
+    void noteForkOutOfReach() { outOfReach_ = true; }
     /// A fork that cannot be used at all.
     void offerDamagedFork(ForkPlace place, const boost::filesystem::path& file);
     /// Both parts of an AppleSingle or AppleDouble file; false when it is none.
@@ -128,6 +132,8 @@ class ForkSearch {
     void findSpots();
     bool done() const { return !wantsFork() && !wantsFinderInfo(); }
     void note(std::int16_t status);
+    void noteReadErrors();
+    std::shared_ptr<const ForkFile> opened(const ForkFile::Opened& result);
     void keep(Rank rank, ForkSource source, std::shared_ptr<const ForkFile> file, ForkBytes bytes);
 
     ForkLocator& locator_;
@@ -136,10 +142,12 @@ class ForkSearch {
     bool isEmpty_ = false;  // known to hold nothing
     std::vector<Spot> spots_;
     std::optional<std::vector<std::string>> attributes_;
+    std::vector<std::shared_ptr<const ForkFile>> openedFiles_;
     bool contentOpened_ = false;
     std::shared_ptr<const ForkFile> content_;
     std::vector<std::uint8_t> contentStart_;
 
+    bool outOfReach_ = false;
     std::int16_t trouble_ = noErr;  // the first thing that went wrong on the way
     FinderAnswer finder_;
     Rank rank_ = Rank::eNone;

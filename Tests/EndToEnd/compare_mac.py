@@ -350,6 +350,16 @@ class PlacesTest(MacFontsTest):
         self.addCleanup(run, "umount", folder)
         return folder
 
+    def is_reached(self, file):
+        """A volume tells the type of its files, but most kernels walk to no fork below a file. What
+        is left is a sidecar on the volume itself."""
+        if not os.path.exists(file + "/rsrc"):
+            self.assertEqual(self.records(file), [])
+            self.write(os.path.join(os.path.dirname(file), "._" + os.path.basename(file)),
+                       apple_file(0x00051607, (2, self.fork_of("Outline.suit"))))
+        self.expected = self.without_place(self.records(self.font("Outline.suit")))
+        self.same_as_expected(file)
+
     def test_a_mounted_hfs_image(self):
         image = self.path("image")
         environment = dict(os.environ, HOME=self.folder)
@@ -357,11 +367,28 @@ class PlacesTest(MacFontsTest):
         for arguments in (["hformat", "-l", "Fonts", image], ["hmount", image],
                           ["hcopy", "-m", self.font("Outline.suit"), ":Fonts"], ["humount"]):
             run(*arguments, env=environment)
-        self.expected = self.without_place(self.records(self.font("Outline.suit")))
-        self.same_as_expected(os.path.join(self.mounted("hfs", image), "Fonts"))
+        file = os.path.join(self.mounted("hfs", image), "Fonts")
+        self.assertEqual(os.getxattr(file, "hfs.type"), b"FFIL")
+        self.is_reached(file)
+
+    def test_a_name_that_a_volume_cuts(self):
+        """HFS keeps 31 letters of a name and says nothing: a copy's fork would be lost."""
+        image = self.path("image")
+        run("truncate", "-s", "1600K", image)
+        run("hformat", "-l", "Fonts", image)
+        volume = self.mounted("hfs", image)
+        for length, outcome in ((29, "copied"), (30, "failed")):
+            name = "N" * length
+            self.write(f"here/{name}", b"")
+            self.write(f"here/._{name}", apple_file(0x00051607, (9, finder_info()),
+                                                    (2, self.fork_of("Outline.suit"))))
+            done = subprocess.run([PROGRAM, "import", "--format", "csv", self.path("here", name),
+                                   "--to", volume], stdout=subprocess.PIPE, check=False)
+            self.assertIn(f"\n{outcome},", done.stdout.decode().replace("\r", ""))
+            copies = [f for _, _, names in os.walk(volume) for f in names if "N" in f]
+            self.assertEqual(sorted(copies), sorted(["N" * 29, "._" + "N" * 29]))
 
     def test_a_mounted_hfs_plus_image(self):
-        """Such a volume tells the Finder information; its forks are out of reach."""
         if shutil.which("mkfs.hfsplus") is None:
             self.skipTest("mkfs.hfsplus is not installed")
         image = self.path("image")
@@ -370,10 +397,7 @@ class PlacesTest(MacFontsTest):
         file = os.path.join(self.mounted("hfsplus", image), "Fonts")
         self.write(file, b"")
         os.setxattr(file, "osx.com.apple.FinderInfo", finder_info())
-        self.write(os.path.join(os.path.dirname(file), "._Fonts"),
-                   apple_file(0x00051607, (2, self.fork_of("Outline.suit"))))
-        self.expected = self.without_place(self.records(self.font("Outline.suit")))
-        self.same_as_expected(file)
+        self.is_reached(file)
 
 
 class MoveTest(MacFontsTest):

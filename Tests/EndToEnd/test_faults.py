@@ -4,6 +4,7 @@ import json
 import os
 import resource
 import shutil
+import struct
 import subprocess
 import unittest
 
@@ -85,6 +86,28 @@ class FaultTest(ProgramTest):
                     else:
                         self.assertEqual([r[0] for r in files.get(name, [([], None)])],
                                          [expected], fault)
+
+    def test_an_import_never_leaves_an_unreadable_fork_behind(self):
+        """A file whose fork cannot be read is not copied without it."""
+        fork = b"\0\0\1\0\0\0\1\4\0\0\0\4\0\0\0\x1e".ljust(1000, b"\0")
+        self.write("mac/._Acme.ttf", struct.pack(
+            ">2L16xH6L", 0x00051607, 0x20000, 2, 9, 50, 32, 2, 82, len(fork)) + bytes(32) + fork)
+        self.write("mac/Acme.ttf", sfnt.font("Acme"))
+        # Read errors in the header, where the fork begins, and in its midst.
+        for fault in ("open EIO %s", "open EACCES %s", "read EIO %s", "read EIO %s 128",
+                      "read EIO %s 500"):
+            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT=fault % "/._Acme.ttf")
+            out, _ = self.run_program("import", "--format", "csv", "mac/Acme.ttf", "--to", "copies",
+                                      status=1)
+            self.assertIn("\nfailed,mac/Acme.ttf,", out.replace("\r", ""), fault)
+            self.assertEqual([f for _, _, f in os.walk(self.path("copies")) if f], [])
+        del self.environment["LD_PRELOAD"], self.environment["OXPARSER_FAULT"]
+        self.run_program("import", "mac/Acme.ttf", "--to", "copies")
+        copies = [os.path.join(folder, name) for folder, _, names in os.walk(self.path("copies"))
+                  for name in names if name.startswith("._")]
+        self.assertEqual(len(copies), 1)
+        with open(copies[0], "rb") as copy:
+            self.assertEqual(copy.read()[82:], fork)
 
     def test_short_and_interrupted_reads_change_nothing(self):
         for action in ("short", "interrupted"):

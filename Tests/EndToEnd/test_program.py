@@ -90,6 +90,18 @@ class ProgramTest(unittest.TestCase):
 
 
 class JsonLinesTest(ProgramTest):
+    def test_the_working_folder_may_be_gone(self):
+        font = self.write("fonts/Acme.ttf", sfnt.font("Acme"))
+        os.mkdir(self.path("gone"))
+        for arguments in (["scan", font], ["import", font, "--to", self.path("copies")]):
+            shell = 'cd "$0" && rmdir "$0" && exec "$@"'
+            done = subprocess.run(["sh", "-c", shell, self.path("gone"), PROGRAM, *arguments],
+                                  env=self.environment, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE)
+            self.assertEqual(done.returncode, 0, done.stderr)
+            self.assertIn("Acme.ttf", done.stdout.decode())
+            os.mkdir(self.path("gone"))
+
     def test_a_record_is_exactly_as_promised(self):
         data = sfnt.font("Acme, Sans", lost=b"post")
         self.write("fonts/Acme.ttf", data)

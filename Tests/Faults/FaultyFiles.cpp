@@ -1,11 +1,12 @@
 // Loaded before the C library (LD_PRELOAD), makes calls on one file or folder go wrong.
 //
-//     OXPARSER_FAULT="CALL ACTION SUFFIX"
+//     OXPARSER_FAULT="CALL ACTION SUFFIX [OFFSET]"
 //
 // CALL is open, read or list. SUFFIX is how the path ends that is meant. ACTION is the name of an
 // error, each call then fails with it; "short" or "interrupted" for reads that give a few bytes or
 // are interrupted every other time; or what is done to the file itself, once and for real, right
-// before the call: truncate, grow, unlink, forbid or remove (a folder with all in it).
+// before the call: truncate, grow, unlink, forbid or remove (a folder with all in it). Bytes of the
+// file before OFFSET are read as they should be.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -27,10 +28,11 @@ struct Fault {
     std::string call;
     std::string action;
     std::string suffix;
+    std::uint64_t offset = 0;
 
     Fault() {
         const char* const text = std::getenv("OXPARSER_FAULT");
-        std::istringstream(text != nullptr ? text : "") >> call >> action >> suffix;
+        std::istringstream(text != nullptr ? text : "") >> call >> action >> suffix >> offset;
     }
 };
 
@@ -98,8 +100,10 @@ bool fails(const char* call, const std::string& path) {
 ssize_t faultyRead(int descriptor, void* out, size_t count, off_t offset) {
     static auto* const real = next<ssize_t(int, void*, size_t, off_t)>("pread64");
     static std::atomic<unsigned> calls{0};
-    const std::string path = fault().call == "read" ? pathOf(descriptor) : std::string();
-    if (fails("read", path)) {
+    const bool isMeant =
+        fault().call == "read" && static_cast<std::uint64_t>(offset) + count > fault().offset;
+    const std::string path = isMeant ? pathOf(descriptor) : std::string();
+    if (isMeant && fails("read", path)) {
         return -1;
     }
     if (!path.empty() && path.ends_with(fault().suffix)) {

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "AppleDouble.h"
+#include "LogRecorder.h"
 #include "MacErrors.h"
 #include "ResourceForkBuilder.h"
 
@@ -29,7 +30,8 @@ ForkLocator::Environment environmentWith(const Attributes& attributes) {
     };
     environment.readAttribute = [attributes](const fs::path&, const std::string& name,
                                              std::uint64_t) -> std::optional<Bytes> {
-        return attributes.at(name);
+        const auto found = attributes.find(name);
+        return found != attributes.end() ? std::optional<Bytes>(found->second) : std::nullopt;
     };
     return environment;
 }
@@ -340,6 +342,34 @@ TEST_F(ForkLocatorTest, AttributesAreReadUnderEachSystemsNames) {
     }
     ForkLocator samba(environmentWith(cases[4].attributes));
     EXPECT_EQ(*samba.externalForks(font()).resourceFork, forkNamed("fork"));
+}
+
+TEST_F(ForkLocatorTest, AnHfsPlusAttributeNeedNotBeListed) {
+    auto environment =
+        environmentWith({{"osx.com.apple.FinderInfo", finderInfoBytes("FFIL", "DMOV")}});
+    environment.listAttributes = [](const fs::path&) {
+        return std::vector<std::string>{"osx.com.apple.FinderInf"};
+    };
+    ForkLocator locator(environment);
+    EXPECT_EQ(finder(locator, font()), "FFIL from HFS Plus volume");
+}
+
+TEST_F(ForkLocatorTest, ForksThatAMountDoesNotGiveAreLogged) {
+    for (const Attributes& attributes :
+         {Attributes{{"hfs.type", bytesOf("FFIL")}, {"hfs.creator", bytesOf("DMOV")}},
+          Attributes{{"osx.com.apple.FinderInfo", finderInfoBytes("FFIL", "DMOV")}}}) {
+        folder_.write("Font", "no fork in here");
+        const LogRecorder log;
+        ForkLocator locator(environmentWith(attributes));
+        EXPECT_EQ(fork(locator, font()), "status -39");
+        EXPECT_EQ(log.linesWith("out of reach on its volume:  " + font().string()).size(), 1u);
+        write("Font", macBinary(forkNamed("binary")));
+        EXPECT_EQ(fork(locator, font()), "binary from MacBinary file");
+        EXPECT_EQ(log.linesWith("out of reach").size(), 1u);
+    }
+    const LogRecorder log;
+    EXPECT_EQ(fork(locator_, write("Other", bytesOf("no fork in here"))), "status -39");
+    EXPECT_TRUE(log.linesWith("out of reach").empty());
 }
 
 TEST_F(ForkLocatorTest, ForkAndFinderInformationComeFromDifferentPlaces) {
