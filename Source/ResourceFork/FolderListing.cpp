@@ -3,6 +3,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#ifdef __linux__
+#include <sys/vfs.h>
+#endif
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,6 +34,20 @@ bool changedJustNow(const timespec& changed) {
     return std::abs(age) < (changed.tv_nsec == 0 ? 2.5 : 0.1);
 }
 
+// Linux lists the Finder information of HFS Plus without its last letter (6.12) or not at all
+// (7.2).
+bool hidesAttributes(int descriptor) {
+#ifdef __linux__
+    constexpr auto kHfsPlus = 0x482B;
+    struct statfs volume;
+    return ::fstatfs(descriptor, &volume) == 0 && volume.f_type == kHfsPlus;
+#else
+    static_cast<void>(descriptor);
+    return false;
+#endif
+}
+
+// Closes the descriptor.
 std::vector<FolderListing::Entry> readEntries(int descriptor) {
     std::vector<FolderListing::Entry> entries;
     DIR* stream = ::fdopendir(descriptor);
@@ -48,7 +65,8 @@ std::vector<FolderListing::Entry> readEntries(int descriptor) {
 
 }  // namespace
 
-FolderListing::FolderListing(std::vector<Entry> entries) : entries_(std::move(entries)) {
+FolderListing::FolderListing(std::vector<Entry> entries, bool hidesAttributes)
+    : entries_(std::move(entries)), hidesAttributes_(hidesAttributes) {
     std::sort(entries_.begin(), entries_.end(),
               [](const Entry& a, const Entry& b) { return a.name < b.name; });
     for (const Entry& entry : entries_) {
@@ -130,8 +148,11 @@ std::shared_ptr<const FolderListing> FolderListings::of(const boost::filesystem:
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
     const bool settled = !changedJustNow(changed);
     const int descriptor = ::open(path, follow ? flags : flags | O_NOFOLLOW);
-    auto listing = std::make_shared<FolderListing>(
-        descriptor < 0 ? std::vector<FolderListing::Entry>() : readEntries(descriptor));
+    auto listing = std::make_shared<FolderListing>(std::vector<FolderListing::Entry>());
+    if (descriptor >= 0) {
+        const bool hides = hidesAttributes(descriptor);
+        listing = std::make_shared<FolderListing>(readEntries(descriptor), hides);
+    }
     if (settled && descriptor >= 0) {
         kept_.push_front({path, status.st_dev, status.st_ino, changed, listing});
         if (kept_.size() > kKept) {

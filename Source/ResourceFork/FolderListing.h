@@ -35,7 +35,7 @@ class FolderListing {
         bool isFile = false;     // certainly a regular file
     };
 
-    explicit FolderListing(std::vector<Entry> entries);
+    explicit FolderListing(std::vector<Entry> entries, bool hidesAttributes = false);
 
     /// The entry of this name: byte for byte, else up to Unicode normalisation; null without one.
     const Entry* find(std::string_view name) const;
@@ -43,6 +43,9 @@ class FolderListing {
     const Entry* findAnyCase(std::string_view name) const;
     /// The spelling of a known entry, null when it is missing; case does not matter.
     const std::string* known(KnownEntry entry) const;
+    /// Whether the folder lies on a volume whose files may have attributes that no list of them
+    /// shows.
+    bool hidesAttributes() const { return hidesAttributes_; }
 
   private:
     using Index = std::unordered_map<std::string, std::size_t>;
@@ -51,6 +54,7 @@ class FolderListing {
     void buildIndexes() const;
 
     std::vector<Entry> entries_;  // sorted by name
+    bool hidesAttributes_ = false;
     bool plainAscii_ = true;
     std::array<std::string, static_cast<std::size_t>(KnownEntry::eCount)> known_;
     mutable bool indexed_ = false;

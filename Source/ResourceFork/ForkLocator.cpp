@@ -66,6 +66,9 @@ ForkLocator::Environment ForkLocator::Environment::native() {
     Environment environment;
     environment.listAttributes = listFileAttributes;
     environment.readAttribute = readFileAttribute;
+    environment.hidesAttributes = [](const FolderListing& folder) {
+        return folder.hidesAttributes();
+    };
     environment.namedForkSuffix = "/..namedfork/rsrc";
     environment.hfsForkSuffix = "/rsrc";
     return environment;

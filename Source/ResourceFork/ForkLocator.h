@@ -12,6 +12,7 @@
 #include "Export.h"
 #include "FinderInfo.h"
 
+class FolderListing;
 struct ForkCaches;
 
 /// The places where resource forks and Finder information are kept, in the order of looking.
@@ -113,6 +114,8 @@ class OXPARSER_EXPORT ForkLocator {
         std::function<std::optional<std::vector<std::uint8_t>>(
             const boost::filesystem::path&, const std::string& name, std::uint64_t limit)>
             readAttribute;
+        /// Whether files of this folder may have attributes that are not listed.
+        std::function<bool(const FolderListing&)> hidesAttributes;
         /// What is appended to a path to reach its resource fork as a file.
         std::string namedForkSuffix;
         std::string hfsForkSuffix;

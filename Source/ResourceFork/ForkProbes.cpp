@@ -307,8 +307,6 @@ void probeHfsMount(ForkSearch& search) {
 }
 
 void probeHfsPlusMount(ForkSearch& search) {
-    // Asked for unseen: some kernels list the name without its last letter (6.12) or not at all
-    // (7.2).
     if (const auto value = search.unlistedAttribute("osx.com.apple.FinderInfo")) {
         search.offerFinderInfo(ForkPlace::eHfsPlusMount, finderInfoOfBytes(*value));
         search.noteForkOutOfReach();

@@ -177,10 +177,17 @@ bool ForkSearch::hasAttribute(const std::string& name) {
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::attribute(const std::string& name) {
-    return hasAttribute(name) ? unlistedAttribute(name) : std::nullopt;
+    if (!hasAttribute(name)) {
+        return std::nullopt;
+    }
+    return environment().readAttribute(file_, name, environment().forkLimit);
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::unlistedAttribute(const std::string& name) {
+    // The first spot is where the file itself lies, links followed.
+    if (!environment().hidesAttributes(*spots_.front().listing)) {
+        return attribute(name);
+    }
     return environment().readAttribute(file_, name, environment().forkLimit);
 }
 

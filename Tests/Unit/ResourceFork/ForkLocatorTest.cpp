@@ -350,6 +350,9 @@ TEST_F(ForkLocatorTest, AnHfsPlusAttributeNeedNotBeListed) {
     environment.listAttributes = [](const fs::path&) {
         return std::vector<std::string>{"osx.com.apple.FinderInf"};
     };
+    ForkLocator elsewhere(environment);
+    EXPECT_EQ(finder(elsewhere, font()), "status 0");
+    environment.hidesAttributes = [](const FolderListing&) { return true; };
     ForkLocator locator(environment);
     EXPECT_EQ(finder(locator, font()), "FFIL from HFS Plus volume");
 }
