@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "AppleDouble.h"
+#include "LogRecorder.h"
 #include "MacBinary.h"
 #include "MacErrors.h"
 #include "ResourceForkBuilder.h"
@@ -143,8 +144,9 @@ TEST_F(ForkLocatorTest, EveryPlaceBesideTheFile) {
         {"Font", "%Font", sidecar("x"), "a DOT_ from AppleDouble sidecar", "._Font",
          sidecar("a", "DOT_")},
         {"Font", ".AppleDouble/Font", netatalk, "netatalk FFIL from .AppleDouble folder"},
-        // Without magic only a consistent table is believed.
+        // Without magic only a consistent table of a known version is believed.
         {"Font", ".AppleDouble/Font", inconsistent, kNothing},
+        {"Font", ".AppleDouble/Font", appleFile(0, {{2, forkNamed("a")}}, 3), kNothing},
         {"Font", ".AppleDouble/FONT", sidecar("other case"), kNothing},
         {"font.sui", "resource.frk/FONT.SUI", sidecar("a"), "a FFIL from DAVE"},
         {"Font", ".resource/Font", forkNamed("a"), "a FFIL from CAP", ".finderinfo/Font", capInfo},
@@ -233,8 +235,8 @@ TEST_F(ForkLocatorTest, DamagedSidecarsAreRefused) {
                   {22, 0x0000FFFF, kNothing},     // a table past the end
                   {42, 20, "status -39" + info},  // a fork over the header
                   {42, static_cast<std::uint32_t>(good.size()), "status -39" + info},  // at the end
-                  {42, 0xFFFFFFFF, "status -39" + info},                     // past the end
-                  {46, 0, "status -39" + info},                              // an empty fork
+                  {42, 0xFFFFFFFF, "status -39" + info},                   // past the end
+                  {46, 0, "status -39" + info},                            // an empty fork
                   {46, 0xFFFFFFFF, "fork FFIL from AppleDouble sidecar"},  // a stale length
                   {82 + 4, 0x7FFFFFFF, "status -199" + info},  // a damaged resource header
                   {30, 4000, "fork from AppleDouble sidecar, status 0"}};  // no Finder information
@@ -243,6 +245,17 @@ TEST_F(ForkLocatorTest, DamagedSidecarsAreRefused) {
         patch(bad, c.at, 4, c.value);
         EXPECT_EQ(foundWith(bad, "._Font"), c.found) << c.at;
     }
+}
+
+TEST_F(ForkLocatorTest, AForkThatEndsWithItsFileIsLogged) {
+    const LogRecorder log;
+    Bytes stale = sidecar("fork");
+    EXPECT_EQ(foundWith(stale, "._Font"), "fork FFIL from AppleDouble sidecar");
+    EXPECT_THAT(log.linesWith("ends with its file"), IsEmpty());
+    patch(stale, 46, 4, 0xFFFFFFFF);
+    EXPECT_EQ(foundWith(stale, "._Font"), "fork FFIL from AppleDouble sidecar");
+    EXPECT_THAT(log.linesWith("ends with its file:  " + (folder_.path() / "._Font").string()),
+                SizeIs(1));
 }
 
 TEST_F(ForkLocatorTest, PlaceholdersAndDamageYieldToARealForkOfALaterPlace) {

@@ -23,6 +23,13 @@ Bytes forkOf(std::string_view text) {
     return ResourceForkBuilder().add("FOND", 1, bytesOf(text));
 }
 
+// The status that the call leaves.
+template <typename... Parameters, typename... Arguments>
+std::int16_t after(void (*function)(Parameters...), Arguments... arguments) {
+    function(static_cast<Parameters>(arguments)...);
+    return ResError();
+}
+
 class ResourceManagerTest : public testing::Test {
   protected:
     ~ResourceManagerTest() override {
@@ -121,13 +128,11 @@ TEST_F(ResourceManagerTest, TellsIdTypeNameAndSizeOfAResource) {
     ResType type = 0;
     Str255 name;
     Handle handle = Get1IndResource(kFond, 1);
-    GetResInfo(handle, &id, &type, name);
-    EXPECT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(GetResInfo, handle, &id, &type, name), noErr);
     EXPECT_EQ(id, -7);
     EXPECT_EQ(type, kFond);
     EXPECT_EQ(std::string(name + 1, name + 1 + name[0]), std::string(255, 'n'));
-    GetResInfo(handle, nullptr, nullptr, nullptr);
-    EXPECT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(GetResInfo, handle, nullptr, nullptr, nullptr), noErr);
     HLock(handle);
     EXPECT_EQ(std::string(*handle, 4), "data");
     HUnlock(handle);
@@ -143,8 +148,7 @@ TEST_F(ResourceManagerTest, TellsIdTypeNameAndSizeOfAResource) {
     for (Handle none : {Handle{nullptr}, &foreign}) {
         EXPECT_EQ(GetHandleSize(none), 0);
         EXPECT_TRUE(handleBytes(none).empty());
-        GetResInfo(none, &id, &type, name);
-        EXPECT_EQ(ResError(), resNotFound);
+        EXPECT_EQ(after(GetResInfo, none, &id, &type, name), resNotFound);
         EXPECT_EQ(id, 8);
     }
 }
@@ -159,15 +163,13 @@ TEST_F(ResourceManagerTest, OpeningClosingAndTheCurrentFile) {
     CloseResFile(first);
     EXPECT_EQ(CurResFile(), again);
     EXPECT_EQ(text(handle), "x");
-    CloseResFile(first);  // not open any more
-    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(after(CloseResFile, first), resFNotFound);  // not open any more
     EXPECT_EQ(CurResFile(), again);
     for (const std::int16_t number : std::initializer_list<std::int16_t>{-1, 0, 12345}) {
         CloseResFile(number);
         EXPECT_EQ(CurResFile(), again);
     }
-    UseResFile(first);
-    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(after(UseResFile, first), resFNotFound);
     EXPECT_EQ(CurResFile(), again);
 
     const auto third = openDfont("c.dfont", fork);
@@ -297,10 +299,8 @@ class NewSuitcaseTest : public ResourceManagerTest {
         Str255 pascal;
         pascal[0] = static_cast<std::uint8_t>(name.size());
         std::copy(name.begin(), name.end(), pascal + 1);
-        AddResource(handle, type, id, pascal);
-        ASSERT_EQ(ResError(), noErr);
-        WriteResource(handle);
-        ASSERT_EQ(ResError(), noErr);
+        EXPECT_EQ(after(AddResource, handle, type, id, pascal), noErr);
+        EXPECT_EQ(after(WriteResource, handle), noErr);
     }
     Lines names() const { return namesIn(folder_.path()); }
 };
@@ -314,12 +314,10 @@ TEST_F(NewSuitcaseTest, IsWrittenWholeWhenItIsUpdated) {
     EXPECT_EQ(Get1Resource(code("NFNT"), 1), nullptr);
     EXPECT_EQ(ResError(), noErr);
     EXPECT_THAT(names(), IsEmpty());
-    UpdateResFile(number);
-    ASSERT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(UpdateResFile, number), noErr);
     EXPECT_THAT(names(), ElementsAre("New.bin"));
     add(kFond, 129, "", "another");
-    CloseResFile(number);
-    ASSERT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(CloseResFile, number), noErr);
     EXPECT_THAT(names(), ElementsAre("New.bin"));
 
     FSRef ref = refTo(folder_.path() / "New.bin");
@@ -352,19 +350,16 @@ TEST_F(NewSuitcaseTest, NeverReplacesAnything) {
     const auto number = createOpen("Late");
     add(kFond, 1, "", "x");
     folder_.write("Late", "somebody was quicker");
-    CloseResFile(number);
-    EXPECT_EQ(ResError(), dupFNErr);
+    EXPECT_EQ(after(CloseResFile, number), dupFNErr);
     EXPECT_EQ(readFile(folder_.path() / "Late"), bytesOf("somebody was quicker"));
 
     const auto second = createOpen("Own");
-    UpdateResFile(second);
-    ASSERT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(UpdateResFile, second), noErr);
     fs::remove(folder_.path() / "Own");
     folder_.write("Spare", "");  // so that the new file cannot get the old one's number
     folder_.write("Own", "not ours any more");
     add(kFond, 1, "", "x");
-    UpdateResFile(second);
-    EXPECT_EQ(ResError(), dupFNErr);
+    EXPECT_EQ(after(UpdateResFile, second), dupFNErr);
     EXPECT_EQ(readFile(folder_.path() / "Own"), bytesOf("not ours any more"));
     DiscardResFile(second);
     EXPECT_THAT(names(), ElementsAre("Dangling", "Late", "Own", "Spare", "Taken"));
@@ -373,8 +368,7 @@ TEST_F(NewSuitcaseTest, NeverReplacesAnything) {
 TEST_F(NewSuitcaseTest, LeavesNothingBehindWhenItIsNotWritten) {
     const auto number = createOpen("Discarded");
     add(kFond, 1, "", "x");
-    DiscardResFile(number);
-    EXPECT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(DiscardResFile, number), noErr);
     EXPECT_THAT(names(), IsEmpty());
 
     FSRef ref;
@@ -382,8 +376,7 @@ TEST_F(NewSuitcaseTest, LeavesNothingBehindWhenItIsNotWritten) {
     const auto second = openRef(ref, false, fsRdWrPerm);
     const fs::path moved = folder_.path().string() + "-moved";
     fs::rename(folder_.path(), moved);
-    CloseResFile(second);
-    EXPECT_EQ(ResError(), fnfErr);
+    EXPECT_EQ(after(CloseResFile, second), fnfErr);
     EXPECT_TRUE(fs::is_empty(moved));
     fs::rename(moved, folder_.path());
 }
@@ -416,24 +409,17 @@ TEST_F(NewSuitcaseTest, HandlesBelongToTheCallerUntilTheyAreAdded) {
     EXPECT_EQ(NewHandle(-1), nullptr);
     Handle handle = NewHandle(3);
     EXPECT_EQ(GetHandleSize(handle), 3);
-    GetResInfo(handle, nullptr, nullptr, nullptr);
-    EXPECT_EQ(ResError(), resNotFound);
-    WriteResource(handle);
-    EXPECT_EQ(ResError(), resNotFound);
-    AddResource(handle, kFond, 1, nullptr);  // no current file
-    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(after(GetResInfo, handle, nullptr, nullptr, nullptr), resNotFound);
+    EXPECT_EQ(after(WriteResource, handle), resNotFound);
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), resFNotFound);  // no current file
     openDfont("a.dfont", forkOf("x"));
-    AddResource(handle, kFond, 1, nullptr);
-    EXPECT_EQ(ResError(), wrPermErr);
-    WriteResource(Get1Resource(kFond, 1));
-    EXPECT_EQ(ResError(), wrPermErr);
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), wrPermErr);
+    EXPECT_EQ(after(WriteResource, Get1Resource(kFond, 1)), wrPermErr);
 
     const auto number = createOpen("New");
-    AddResource(handle, kFond, 1, nullptr);
-    EXPECT_EQ(ResError(), noErr);
-    AddResource(handle, kFond, 2, nullptr);  // a resource already
-    EXPECT_EQ(ResError(), addResFailed);
-    DisposeHandle(handle);  // the file's by now
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), noErr);
+    EXPECT_EQ(after(AddResource, handle, kFond, 2, nullptr), addResFailed);  // a resource already
+    DisposeHandle(handle);                                                   // the file's by now
     EXPECT_EQ(GetHandleSize(handle), 3);
     DiscardResFile(number);
     EXPECT_EQ(GetHandleSize(handle), 0);

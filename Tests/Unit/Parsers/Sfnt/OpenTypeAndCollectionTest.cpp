@@ -213,14 +213,6 @@ TEST_F(Collection, TheBudgetOfSummedTables) {
     EXPECT_EQ(fonts.back().diagnostics().back().text, "Font data is too entangled to check");
 }
 
-TEST_F(Collection, MembersWithKerningThatStandsStillAreReadInNoTime) {
-    const FontList fonts = parse(oneDirectory(
-        300, "kern", 4,
-        BigEndian().u16(0).u16(0xFFFF).zeros(4).u16(0x0200).u16(0).u16(14).u16(18).zeros(8000)));
-    ASSERT_THAT(fonts, SizeIs(300));
-    EXPECT_EQ(problems(fonts.front()), problems(fonts.back()));
-}
-
 TEST_F(Collection, DamagedFilesEndQuietly) {
     const Bytes good =
         SfntBuilder::collection({SfntBuilder::goodFont().table("kern", SfntBuilder::kernTable({1})),
