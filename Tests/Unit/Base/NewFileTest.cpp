@@ -115,7 +115,15 @@ TEST_P(NewFileWays, ReplacesOnlyItsOwnEarlierFile) {
     ASSERT_EQ(third.create(path), 0);
     EXPECT_EQ(third.replace(secondId), 0);  // nobody has it: a new file
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("file"));
+}
+
+TEST_P(NewFileWays, NeedsItsFolder) {
     EXPECT_EQ(NewFile(GetParam()).create(folder.path() / "none" / "file"), ENOENT);
+    const FileDescriptor directory = open();
+    fs::remove(folder.path());
+    NewFile file(GetParam());
+    EXPECT_EQ(file.create(directory, "font", 0600), ENOENT);
+    EXPECT_EQ(file.commit(), EBADF);
 }
 
 TEST(NewFile, TriesSixteenTemporaryNames) {

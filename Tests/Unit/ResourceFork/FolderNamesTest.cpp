@@ -26,6 +26,8 @@ TEST(FileNames, AreComparedDecomposed) {
     for (const auto& [name, canonical] : kNames) {
         EXPECT_EQ(canonicalName(name), canonical) << name;
     }
+    const std::string longName(300, 'n');
+    EXPECT_EQ(canonicalName(longName + "\u00E9"), longName + "e\u0301");
     EXPECT_EQ(foldedName("PLAIN"), "plain");
     EXPECT_EQ(foldedName("CAF\u00C9"), "cafe\u0301");
 }

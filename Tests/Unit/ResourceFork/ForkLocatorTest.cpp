@@ -130,6 +130,8 @@ TEST_F(ForkLocatorTest, EveryPlaceBesideTheFile) {
     patch(netatalk, 34, 4, 100000);  // a stale length
     Bytes inconsistent = netatalk;
     patch(inconsistent, 30, 4, 100000);
+    Bytes atTheEnd = appleFile(0, {{2, forkNamed("a")}, {3, Bytes(1)}}, 0);
+    atTheEnd.pop_back();
     // Plausible at once and behind a header: begins at once.
     Bytes both = BigEndian().append(forkNamed("first")).padTo(512).append(forkNamed("second"));
     const struct {
@@ -146,6 +148,7 @@ TEST_F(ForkLocatorTest, EveryPlaceBesideTheFile) {
         {"Font", ".AppleDouble/Font", netatalk, "netatalk FFIL from .AppleDouble folder"},
         // Without magic only a consistent table of a known version is believed.
         {"Font", ".AppleDouble/Font", inconsistent, kNothing},
+        {"Font", ".AppleDouble/Font", atTheEnd, kNothing},
         {"Font", ".AppleDouble/Font", appleFile(0, {{2, forkNamed("a")}}, 3), kNothing},
         {"Font", ".AppleDouble/FONT", sidecar("other case"), kNothing},
         {"font.sui", "resource.frk/FONT.SUI", sidecar("a"), "a FFIL from DAVE"},
@@ -167,6 +170,8 @@ TEST_F(ForkLocatorTest, EveryPlaceBesideTheFile) {
         {"Font", "R.Font", sidecar("x"),
          "raw from file named .rsrc, FFIL from AppleDouble sidecar of ProDOS", "Font.rsrc",
          forkNamed("raw")},
+        // A header alone is an AppleDouble file as well, no raw fork.
+        {"Font", "Font.rsrc", appleFile(0x00051607, {{9, {}}}), kNothing},
         {"Font.ADF", "Font.ADF", sidecar("own"), "own FFIL from AppleDouble file"},
         {"a/b/Font", "__MACOSX/a/b/._Font", sidecar("zip"), "zip FFIL from __MACOSX folder"},
         {"a/b/Font", "__MACOSX/a/b/._Font", sidecar("zip"), "nearer NEAR from __MACOSX folder",

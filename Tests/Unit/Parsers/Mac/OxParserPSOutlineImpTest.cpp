@@ -137,6 +137,9 @@ TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
                   {"/FontInfo 1 dict begin /a >> /FullName (A) def end", eFullname, ""},
                   {"/FontInfo Known def /FontName /A def", ePostscriptname, "A"},
                   {"/FontName /FontName /A def", ePostscriptname, "FontName"},
+                  {"/FontName { /FontName /B def } def /FontName /A def", ePostscriptname, "A"},
+                  {"/a\n%%FontName: Late\n", ePostscriptname, ""},
+                  {"/FontInfo >> 1 dict begin /FullName (A) def end", eFullname, "A"},
                   {"/FontName (A) def", ePostscriptname, "A"},
                   {"/FontName def /FontName /A def", ePostscriptname, "A"},
                   // A key's value may itself be the next key.
@@ -148,8 +151,9 @@ TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
 }
 
 TEST_F(PrinterFont, AFontTypeThatIsNone) {
-    for (const char* program : {"/FontName /A def", "/FontName /A def /FontType 42 def",
-                                "/FontName /A def /FontType /FontType def"}) {
+    for (const char* program :
+         {"/FontName /A def", "/FontName /A def /FontType 42 def",
+          "/FontName /A def /FontType /FontType def", "/FontInfo 1 dict begin end"}) {
         const OxFont font = parse(program);
         EXPECT_EQ(font.getFontType(), OxFont::T1Outline);
         EXPECT_EQ(problems(font), std::string(kCorrupt) + "Invalid font type");
