@@ -152,14 +152,19 @@ TEST_F(Walk, ACancelledTolerantWalkStops) {
     for (int i = 0; i < 50; ++i) {
         folder.write("f" + std::to_string(i % 5) + "/" + std::to_string(i), "");
     }
-    OxParser parser(folder.path(), kNoList, kNoList);
-    parser.setTolerantWalk(true);
-    ScanHost host(parser);
-    host.cancelAt(7);
-    host.run();
-    EXPECT_THAT(host.found, SizeIs(7));
-    EXPECT_THAT(host.fileCompletions, ElementsAre(true));
-    EXPECT_EQ(parser.totalFiles(), 7);
+    // Within a folder, and between two sources.
+    const std::pair<std::deque<fs::path>, int> kCases[] = {
+        {{folder.path()}, 7}, {{folder.write("one", ""), folder.path()}, 1}};
+    for (const auto& [sources, most] : kCases) {
+        OxParser parser(std::queue<fs::path>(sources), kNoList, kNoList);
+        parser.setTolerantWalk(true);
+        ScanHost host(parser);
+        host.cancelAt(most);
+        host.run();
+        EXPECT_THAT(host.found, SizeIs(most));
+        EXPECT_THAT(host.fileCompletions, ElementsAre(true));
+        EXPECT_EQ(parser.totalFiles(), most);
+    }
 }
 
 }  // namespace
