@@ -65,10 +65,8 @@ int main(int argc, char** argv) {
     const bool damaged = next < argc && std::strcmp(argv[next], "--damaged") == 0;
     next += damaged ? 1 : 0;
     const std::string name = next < argc ? argv[next++] : "";
-    const auto& targets = FuzzTarget::all();
-    const auto target = std::find_if(targets.begin(), targets.end(),
-                                     [&](const FuzzTarget* t) { return t->name == name; });
-    if (target == targets.end()) {
+    const FuzzTarget* const target = FuzzTarget::find(name);
+    if (target == nullptr) {
         std::fprintf(stderr, "usage: %s [--damaged] TARGET FILE-OR-FOLDER...\n", argv[0]);
         return 2;
     }
@@ -83,8 +81,8 @@ int main(int argc, char** argv) {
         const Bytes bytes(std::istreambuf_iterator<char>(file), {});
         std::printf("%s\n", path.c_str());
         std::fflush(stdout);  // names the culprit should the run abort
-        replay(**target, bytes);
-        runs += 1 + (damaged ? replayDamaged(**target, bytes, kPlaces / files.size()) : 0);
+        replay(*target, bytes);
+        runs += 1 + (damaged ? replayDamaged(*target, bytes, kPlaces / files.size()) : 0);
     }
     std::printf("%s: %zu inputs, %zu runs\n", name.c_str(), files.size(), runs);
     return files.empty() ? 1 : 0;

@@ -11,21 +11,8 @@ namespace {
 SfntBuilder kerningFont() {
     SfntBuilder font = SfntBuilder::goodFont();
     Bytes kerning = SfntBuilder::kernTable({2, 0});
-    const Bytes classes = BigEndian()
-                              .u16(0)
-                              .u16(40)
-                              .u16(0x0200)
-                              .u16(2)
-                              .u16(14)
-                              .u16(22)
-                              .u16(30)
-                              .u16(1)
-                              .u16(2)
-                              .zeros(4)
-                              .u16(1)
-                              .u16(1)
-                              .zeros(14);
-    kerning.insert(kerning.end(), classes.begin(), classes.end());
+    BigEndian classes = BigEndian().u16(0).u16(40).u16(0x0200).u16(2).u16(14).u16(22).u16(30);
+    append(kerning, classes.u16(1).u16(2).zeros(4).u16(1).u16(1).zeros(14));
     kerning[3] = 3;
     font.table("kern", kerning);
     return font;
@@ -39,9 +26,7 @@ SfntBuilder standingFont() {
 }
 
 Bytes behind(std::uint8_t first, const Bytes& bytes) {
-    Bytes result = {first};
-    result.insert(result.end(), bytes.begin(), bytes.end());
-    return result;
+    return BigEndian().u8(first).append(bytes);
 }
 
 // A text as a target takes it that reads several values: its length, then its bytes.
@@ -50,9 +35,9 @@ Bytes shortPart(std::string_view text) {
 }
 
 Bytes joined(std::initializer_list<Bytes> parts) {
-    Bytes result;
+    BigEndian result;
     for (const Bytes& part : parts) {
-        result.insert(result.end(), part.begin(), part.end());
+        result.append(part);
     }
     return result;
 }

@@ -1,5 +1,7 @@
 #include "FuzzTarget.h"
 
+#include <algorithm>
+
 namespace {
 
 std::vector<const FuzzTarget*>& registered() {
@@ -13,6 +15,9 @@ FuzzTarget::FuzzTarget(const char* targetName, Run target) : name(targetName), r
     registered().push_back(this);
 }
 
-const std::vector<const FuzzTarget*>& FuzzTarget::all() {
-    return registered();
+const FuzzTarget* FuzzTarget::find(std::string_view name) {
+    const auto& targets = registered();
+    const auto found = std::find_if(targets.begin(), targets.end(),
+                                    [name](const FuzzTarget* t) { return t->name == name; });
+    return found != targets.end() ? *found : nullptr;
 }

@@ -87,3 +87,8 @@ void checkFileAttributes(const OxFont& font, const boost::filesystem::path& file
     const std::string fingerprint = font.getAttribute(eFingerprint);
     check(fingerprint.empty() || fingerprint == md5Hex(bytes), "the file's fingerprint");
 }
+
+void checkOneRecord(const FontList& fonts, const boost::filesystem::path& file, ByteView bytes) {
+    check(fonts.size() == 1, "one record a file");
+    checkFileAttributes(fonts.front(), file, bytes);
+}

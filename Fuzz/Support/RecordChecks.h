@@ -41,7 +41,22 @@ void checkRecord(const OxFont& font, const RecordRules& rules);
 /// Parses twice, checks that both answers are equal and each record by the rules, and answers the
 /// records.
 FontListPtr parseTwice(const std::function<FontList*()>& parse, const RecordRules& rules);
+/// The same for a file, each time by a parser of its own made of these arguments.
+template <typename Parser, typename... Arguments>
+FontListPtr parseTwice(const boost::filesystem::path& file, const RecordRules& rules,
+                       Arguments... arguments) {
+    return parseTwice([&] { return Parser(arguments...).parseFontFile(file); }, rules);
+}
+/// A parser that has read other files before finds the same.
+template <typename Parser, typename... Arguments>
+void checkUsedParser(const FontList& fonts, const boost::filesystem::path& file,
+                     Arguments... arguments) {
+    static Parser used(arguments...);
+    checkEqual(fonts, *FontListPtr(used.parseFontFile(file)));
+}
 
 /// What every record of a plain file must carry: the two path attributes, and if there is a
 /// fingerprint then that of the file's bytes.
 void checkFileAttributes(const OxFont& font, const boost::filesystem::path& file, ByteView bytes);
+/// That there is one, and that it carries this.
+void checkOneRecord(const FontList& fonts, const boost::filesystem::path& file, ByteView bytes);

@@ -179,8 +179,8 @@ def places(fork):
     ]
 
 
-class MacFontsTest(unittest.TestCase):
-    """A fresh folder per test, and fonts that are made once."""
+class MacFontsTest(shared.FolderTest):
+    """Fonts that are made once."""
 
     @classmethod
     def setUpClass(cls):
@@ -188,22 +188,8 @@ class MacFontsTest(unittest.TestCase):
         cls.addClassCleanup(shutil.rmtree, cls.fonts)
         make_fonts(cls.fonts)
 
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="oxparser-mac-")
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def path(self, *names):
-        return os.path.join(self.folder, *names)
-
     def font(self, name):
         return os.path.join(self.fonts, name)
-
-    def write(self, name, data):
-        place = os.path.normpath(self.path(name))
-        os.makedirs(os.path.dirname(place), exist_ok=True)
-        with open(place, "wb") as file:
-            file.write(data)
-        return place
 
     def records(self, *names):
         return [record for path in names for record in shared.scan(PROGRAM, path).get(path, [])]
@@ -321,16 +307,19 @@ class PlacesTest(MacFontsTest):
                         self.skipTest(f"attributes of {len(fork)} bytes: {error}")
                     self.same_as_expected(file)
 
-    def test_containers_of_macutils_and_hfsutils(self):
+    def hfs_image(self, font, *more):
+        """A disk image with the font on it as "Fonts"; `more` is done while it is at hand."""
         image = self.path("image")
-        environment = dict(os.environ, HOME=self.folder)
         run("truncate", "-s", "1600K", image)
         for arguments in (["hformat", "-l", "Fonts", image], ["hmount", image],
-                          ["hcopy", "-m", self.font("Strikes.bin"), ":Fonts"],
-                          ["hcopy", "-m", ":Fonts", self.path("back.bin")],
-                          ["hcopy", "-b", ":Fonts", self.path("back.hqx")], ["humount"]):
-            run(*arguments, env=environment)
-        self.expected = self.without_place(self.records(self.font("Strikes.bin")))
+                          ["hcopy", "-m", self.font(font), ":Fonts"], *more, ["humount"]):
+            run(*arguments, env=dict(os.environ, HOME=self.folder))
+        self.expected = self.without_place(self.records(self.font(font)))
+        return image
+
+    def test_containers_of_macutils_and_hfsutils(self):
+        self.hfs_image("Strikes.bin", ["hcopy", "-m", ":Fonts", self.path("back.bin")],
+                       ["hcopy", "-b", ":Fonts", self.path("back.hqx")])
         self.same_as_expected(self.path("back.bin"))
         self.same_as_expected(self.path("back.hqx"))
         run("hexbin", self.path("back.hqx"), cwd=self.folder)
@@ -361,13 +350,7 @@ class PlacesTest(MacFontsTest):
         self.same_as_expected(file)
 
     def test_a_mounted_hfs_image(self):
-        image = self.path("image")
-        environment = dict(os.environ, HOME=self.folder)
-        run("truncate", "-s", "1600K", image)
-        for arguments in (["hformat", "-l", "Fonts", image], ["hmount", image],
-                          ["hcopy", "-m", self.font("Outline.suit"), ":Fonts"], ["humount"]):
-            run(*arguments, env=environment)
-        file = os.path.join(self.mounted("hfs", image), "Fonts")
+        file = os.path.join(self.mounted("hfs", self.hfs_image("Outline.suit")), "Fonts")
         self.assertEqual(os.getxattr(file, "hfs.type"), b"FFIL")
         self.is_reached(file)
 

@@ -7,6 +7,7 @@ It is counted how many headers end their lines in which way.
 """
 
 import hashlib
+import operator
 import os
 import re
 import struct
@@ -18,35 +19,24 @@ NAMES = {"Fullname": rb"/FullName[^(]*\((.*)\)", "Familyname": rb"/FamilyName[^(
          "Version": rb"/version[^(]*\((.*)\)", "Copyright": rb"/Notice[^(]*\((.*)\)",
          "Postscriptname": rb"/FontName[^/]*/(.*) def"}
 
-# Offset, structure, what is wrong, severity and code of each rule, in the order of the reports.
+# Offset, structure, what is wrong (by the operator on the right value, None being the file's size),
+# severity and code of each rule, in the order of the reports.
+WRONG = {"!=": operator.ne, "==": operator.eq, ">": operator.gt}
 PFM_RULES = [
-    (0, "<H", lambda v, n: v != 0x0100, "warning", 15100),
-    (2, "<L", lambda v, n: v > n, "warning", 15105),
-    (66, "<H", lambda v, n: v != 0x0081, "warning", 15106),
-    (70, "<H", lambda v, n: v != 300, "warning", 15107),
-    (72, "<H", lambda v, n: v != 300, "warning", 15108),
-    (99, "<H", lambda v, n: v != 0, "note", 15109),
-    (101, "<L", lambda v, n: v == 0, "error", 15110),
-    (101, "<L", lambda v, n: v > n, "error", 15111),
-    (105, "<L", lambda v, n: v == 0, "error", 15112),
-    (105, "<L", lambda v, n: v > n, "error", 15113),
-    (117, "<H", lambda v, n: v != 30, "error", 15200),
-    (119, "<L", lambda v, n: v == 0, "error", 15210),
-    (123, "<L", lambda v, n: v == 0, "error", 15211),
-    (127, "<L", lambda v, n: v != 0, "warning", 15212),
-    (131, "<L", lambda v, n: v > n, "error", 15204),
-    (135, "<L", lambda v, n: v > n, "error", 15205),
-    (143, "<L", lambda v, n: v != 0, "warning", 15207),
-    (139, "<L", lambda v, n: v > n, "error", 15209),
-    (139, "<L", lambda v, n: v == 0, "error", 15208),
-    (147, "<H", lambda v, n: v > 52, "warning", 15300),
-    (149, "<H", lambda v, n: v != 240, "note", 15301),
-    (151, "<H", lambda v, n: v != 0, "note", 15302),
-    (153, "<H", lambda v, n: v != 1000, "note", 15303),
-    (155, "<H", lambda v, n: v != 3, "note", 15304),
-    (157, "<H", lambda v, n: v != 1000, "note", 15305),
-    (159, "<H", lambda v, n: v != 1000, "note", 15306),
-    (171, "<H", lambda v, n: v != 0, "note", 15306),
+    (0, "<H", "!=", 0x0100, "warning", 15100), (2, "<L", ">", None, "warning", 15105),
+    (66, "<H", "!=", 0x0081, "warning", 15106), (70, "<H", "!=", 300, "warning", 15107),
+    (72, "<H", "!=", 300, "warning", 15108), (99, "<H", "!=", 0, "note", 15109),
+    (101, "<L", "==", 0, "error", 15110), (101, "<L", ">", None, "error", 15111),
+    (105, "<L", "==", 0, "error", 15112), (105, "<L", ">", None, "error", 15113),
+    (117, "<H", "!=", 30, "error", 15200), (119, "<L", "==", 0, "error", 15210),
+    (123, "<L", "==", 0, "error", 15211), (127, "<L", "!=", 0, "warning", 15212),
+    (131, "<L", ">", None, "error", 15204), (135, "<L", ">", None, "error", 15205),
+    (143, "<L", "!=", 0, "warning", 15207), (139, "<L", ">", None, "error", 15209),
+    (139, "<L", "==", 0, "error", 15208), (147, "<H", ">", 52, "warning", 15300),
+    (149, "<H", "!=", 240, "note", 15301), (151, "<H", "!=", 0, "note", 15302),
+    (153, "<H", "!=", 1000, "note", 15303), (155, "<H", "!=", 3, "note", 15304),
+    (157, "<H", "!=", 1000, "note", 15305), (159, "<H", "!=", 1000, "note", 15306),
+    (171, "<H", "!=", 0, "note", 15306),
 ]
 
 
@@ -82,8 +72,9 @@ def expected_pfb(data, comparison):
 def expected_pfm(data):
     if len(data) <= 198:
         return [("error", 10000)]
-    return [(severity, code) for offset, form, wrong, severity, code in PFM_RULES
-            if wrong(struct.unpack_from(form, data, offset)[0], len(data))]
+    return [(severity, code) for offset, form, wrong, value, severity, code in PFM_RULES
+            if WRONG[wrong](struct.unpack_from(form, data, offset)[0],
+                            len(data) if value is None else value)]
 
 
 def compare_file(comparison, path, records):

@@ -1,8 +1,12 @@
-"""What the comparisons of the program's records with other readers share."""
+"""What the tests of the program and the comparisons with other readers share."""
 
 import argparse
 import json
+import os
+import shutil
 import subprocess
+import tempfile
+import unittest
 
 NAME_KEYS = ["Copyright", "Familyname", "SubFamilyname", "UniqueId", "Fullname", "Version",
              "Postscriptname", "Trademark"]
@@ -45,6 +49,25 @@ def scan(program, *paths):
         if record["record"] == "font":
             by_file.setdefault(record["file"], []).append(record)
     return by_file
+
+
+class FolderTest(unittest.TestCase):
+    """A fresh folder per test."""
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="oxparser-test-")
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        os.chmod(self.folder, 0o755)
+
+    def path(self, *names):
+        return os.path.join(self.folder, *names)
+
+    def write(self, name, data):
+        place = os.path.normpath(self.path(name))
+        os.makedirs(os.path.dirname(place), exist_ok=True)
+        with open(place, "wb") as file:
+            file.write(data)
+        return place
 
 
 class Comparison:

@@ -7,16 +7,15 @@ import json
 import os
 import pty
 import re
-import shutil
 import signal
 import struct
 import subprocess
-import tempfile
 import termios
 import time
 import unicodedata
 import unittest
 
+import records as shared
 import sfnt
 
 PROGRAM = os.environ["OXPARSER_PROGRAM"]
@@ -25,26 +24,21 @@ WAIT = 120
 F_SETPIPE_SZ = 1031
 
 
-class ProgramTest(unittest.TestCase):
-    """A fresh folder per test, and ways to run the program in it."""
+class ProgramTest(shared.FolderTest):
+    """Ways to run the program in the folder."""
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="oxparser-test-")
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        os.chmod(self.folder, 0o755)
+        super().setUp()
         self.environment = {k: v for k, v in os.environ.items()
                             if k not in ("COLUMNS", "NO_COLOR")}
         self.environment["TERM"] = "xterm"
 
-    def path(self, *names):
-        return os.path.join(self.folder, *names)
-
-    def write(self, name, data):
-        place = self.path(name)
-        os.makedirs(os.path.dirname(place), exist_ok=True)
-        with open(place, "wb") as file:
-            file.write(data)
-        return place
+    def write_links(self, count):
+        """A folder "many" of so many links to one large font."""
+        os.mkdir(self.path("many"))
+        font = self.write("big.ttf", sfnt.font(padding=1_000_000))
+        for number in range(count):
+            os.link(font, self.path("many", "%d.ttf" % number))
 
     def start(self, *arguments, **options):
         options.setdefault("stdout", subprocess.PIPE)
@@ -146,10 +140,7 @@ class JsonLinesTest(ProgramTest):
         self.assertEqual(json.loads(out.splitlines()[0])["attributes"]["Familyname"], family)
 
     def test_a_pipe_can_be_followed(self):
-        os.mkdir(self.path("many"))
-        font = self.write("big.ttf", sfnt.font(padding=1_000_000))
-        for number in range(1000):
-            os.link(font, self.path("many", "%d.ttf" % number))
+        self.write_links(1000)
         process = self.start("scan", "--format", "jsonl", "many", stderr=subprocess.DEVNULL)
         first = json.loads(process.stdout.readline())
         self.assertLess(first["filesParsed"], 900)
@@ -199,9 +190,9 @@ class CheckTest(ProgramTest):
 
 
 class CsvTest(ProgramTest):
-    def rows(self, *arguments, **options):
+    def rows(self, *arguments, one_line_each=True, **options):
         out, _ = self.run_program(*arguments, **options)
-        self.assertNotIn("\n", out.replace("\r\n", ""))
+        self.assertEqual("\n" not in out.replace("\r\n", ""), one_line_each)
         return list(csv.DictReader(io.StringIO(out, newline=""), strict=True))
 
     def test_scan_has_a_row_for_each_record(self):
@@ -217,8 +208,7 @@ class CsvTest(ProgramTest):
 
     def test_a_line_end_inside_a_value_survives(self):
         self.write("a.ttf", sfnt.font("two\nlines"))
-        out, _ = self.run_program("scan", "--format", "csv", "a.ttf")
-        rows = list(csv.DictReader(io.StringIO(out, newline=""), strict=True))
+        rows = self.rows("scan", "--format", "csv", "a.ttf", one_line_each=False)
         self.assertEqual(rows[0]["Familyname"], "two\nlines")
 
     def test_check_has_a_row_for_each_defect(self):
@@ -342,16 +332,12 @@ class EndingEarlyTest(ProgramTest):
 
     def setUp(self):
         super().setUp()
-        os.mkdir(self.path("many"))
-        font = self.write("big.ttf", sfnt.font(padding=1_000_000))
-        for number in range(self.LINKS):
-            os.link(font, self.path("many", "%d.ttf" % number))
+        self.write_links(self.LINKS)
 
     def long_scan(self, *arguments, **options):
         # Unbuffered, so that communicate() misses nothing of what a readline() took ahead.
         process = self.start("scan", "--format", "jsonl", "--progress", "never", *arguments,
-                             bufsize=0,
-                             **options)
+                             bufsize=0, **options)
         self.addCleanup(process.stderr.close)
         self.addCleanup(process.stdout.close)
         self.addCleanup(process.kill)
@@ -432,9 +418,8 @@ class OutputTest(ProgramTest):
 
     def test_a_closed_standard_output_is_reported(self):
         self.write("a.ttf", sfnt.font())
-        result = subprocess.run(["/bin/sh", "-c", '"$0" scan a.ttf >&-', PROGRAM],
-                                cwd=self.folder, env=self.environment, capture_output=True,
-                                timeout=WAIT, check=False)
+        result = subprocess.run(["/bin/sh", "-c", '"$0" scan a.ttf >&-', PROGRAM], check=False,
+                                cwd=self.folder, capture_output=True, timeout=WAIT)
         self.assertEqual(result.returncode, 1)
         self.assertIn(b"standard output: Bad file descriptor", result.stderr)
 
@@ -538,10 +523,7 @@ class TableTest(ProgramTest):
                         self.assertNotIn("\r", out)
 
     def test_progress_is_cleared_and_leaves_the_results_alone(self):
-        os.mkdir(self.path("many"))
-        font = self.write("big.ttf", sfnt.font(padding=1_000_000))
-        for number in range(300):
-            os.link(font, self.path("many", "%d.ttf" % number))
+        self.write_links(300)
         out = self.in_terminal(80, "scan", "many")
         self.assertIn("Looking for files", out)
         self.assertRegex(out, r"\d+%  \d+ of 300 files")

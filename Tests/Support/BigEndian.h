@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 
 #include "Support.h"
@@ -7,9 +8,10 @@
 /// Bytes put together from big-endian values.
 class BigEndian {
   public:
-    BigEndian& u8(std::uint32_t value) { return put(value, 1); }
-    BigEndian& u16(std::uint32_t value) { return put(value, 2); }
-    BigEndian& u32(std::uint32_t value) { return put(value, 4); }
+    // Of any number the low bytes.
+    BigEndian& u8(auto value) { return put(static_cast<std::uint32_t>(value), 1); }
+    BigEndian& u16(auto value) { return put(static_cast<std::uint32_t>(value), 2); }
+    BigEndian& u32(auto value) { return put(static_cast<std::uint32_t>(value), 4); }
     BigEndian& text(std::string_view text) {
         bytes_.insert(bytes_.end(), text.begin(), text.end());
         return *this;
@@ -26,6 +28,8 @@ class BigEndian {
         bytes_.resize(std::max(size, bytes_.size()));
         return *this;
     }
+    /// Up to the next multiple of `unit`.
+    BigEndian& padUnit(std::size_t unit) { return padTo((size() + unit - 1) / unit * unit); }
     std::size_t size() const { return bytes_.size(); }
     operator Bytes() const { return bytes_; }
 
@@ -42,3 +46,7 @@ class BigEndian {
 
 /// Overwrites a big-endian value of 1, 2 or 4 bytes.
 void patch(Bytes& bytes, std::size_t offset, int width, std::uint32_t value);
+std::uint32_t get32(const Bytes& bytes, std::size_t at);
+/// A four-character code as a number.
+std::uint32_t code(std::string_view text);
+void append(Bytes& bytes, const Bytes& more);

@@ -6,15 +6,12 @@
 #include "SfntBuilder.h"
 
 Bytes FondBuilder::build() const {
-    const auto styleTable = static_cast<std::uint32_t>(names.empty() ? 0 : styleTableAt());
     BigEndian fond;
     fond.u16(0).u16(2000).u16(32).u16(255).zeros(8);
-    fond.u32(0).u32(0).u32(styleTable).zeros(24);
-    fond.u16(static_cast<std::uint32_t>(entries.size() - 1));
+    fond.u32(0).u32(0).u32(names.empty() ? 0 : styleTableAt()).zeros(24);
+    fond.u16(entries.size() - 1);
     for (const Entry& entry : entries) {
-        fond.u16(static_cast<std::uint32_t>(entry.size));
-        fond.u16(static_cast<std::uint32_t>(entry.style));
-        fond.u16(static_cast<std::uint32_t>(entry.id));
+        fond.u16(entry.size).u16(entry.style).u16(entry.id);
     }
     if (!names.empty()) {
         fond.zeros(10);
@@ -22,9 +19,9 @@ Bytes FondBuilder::build() const {
             const auto found = styleIndexes.find(style);
             fond.u8(found != styleIndexes.end() ? found->second : 1);
         }
-        fond.u16(static_cast<std::uint32_t>(names.size()));
+        fond.u16(names.size());
         for (const std::string& name : names) {
-            fond.u8(static_cast<std::uint32_t>(name.size())).text(name);
+            fond.u8(name.size()).text(name);
         }
     }
     return fond.padTo(60);
@@ -40,6 +37,12 @@ FondBuilder FondBuilder::helvetica(Entry entry) {
 
 Bytes strike(std::size_t size, std::uint32_t first, std::uint32_t last) {
     return BigEndian().u16(0x9000).u16(first).u16(last).padTo(size);
+}
+
+FondBuilder FondBuilder::of(std::vector<Entry> entries) {
+    FondBuilder fond;
+    fond.entries = std::move(entries);
+    return fond;
 }
 
 Bytes outline(const std::string& postscriptName, std::size_t size) {
@@ -59,7 +62,7 @@ ResourceForkBuilder postChunks(const std::vector<std::pair<int, std::string>>& c
     ResourceForkBuilder fork;
     int id = 501;
     for (const auto& [kind, data] : chunks) {
-        fork.add("POST", id++, BigEndian().u8(static_cast<std::uint32_t>(kind)).u8(0).text(data));
+        fork.add("POST", id++, BigEndian().u8(kind).u8(0).text(data));
     }
     return fork;
 }

@@ -27,7 +27,10 @@ struct FondBuilder {
     std::size_t styleTableAt() const { return 54 + 6 * entries.size(); }
 
     Bytes build() const;
+    operator Bytes() const { return build(); }
 
+    /// Without names, as families of outlines are.
+    static FondBuilder of(std::vector<Entry> entries);
     /// One entry; names are a base name and the pieces "-", "Bold" and "Oblique" in several
     /// styles.
     static FondBuilder helvetica(Entry entry);

@@ -6,38 +6,7 @@ namespace {
 
 constexpr std::size_t kDataAt = 256;
 
-void padTo(Bytes& bytes, std::size_t unit) {
-    bytes.resize((bytes.size() + unit - 1) / unit * unit);
-}
-
 }  // namespace
-
-std::uint32_t get32(const Bytes& bytes, std::size_t at) {
-    return std::uint32_t{bytes.at(at)} << 24 | std::uint32_t{bytes.at(at + 1)} << 16 |
-           std::uint32_t{bytes.at(at + 2)} << 8 | bytes.at(at + 3);
-}
-
-void append(Bytes& bytes, const Bytes& more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-void append(Bytes& bytes, std::string_view more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-void append16(Bytes& bytes, std::uint32_t value) {
-    bytes.resize(bytes.size() + 2);
-    patch(bytes, bytes.size() - 2, 2, value);
-}
-
-void append32(Bytes& bytes, std::uint32_t value) {
-    bytes.resize(bytes.size() + 4);
-    patch(bytes, bytes.size() - 4, 4, value);
-}
-
-std::uint32_t code(std::string_view text) {
-    return get32(bytesOf(text), 0);
-}
 
 ResourceForkBuilder& ResourceForkBuilder::add(std::string_view type, int id, Bytes data,
                                               std::string name, std::uint8_t attributes) {
@@ -58,11 +27,11 @@ ResourceForkBuilder& ResourceForkBuilder::addTypeAgain(std::string_view type,
 }
 
 Bytes ResourceForkBuilder::build() const {
-    Bytes data;
-    Bytes names;
-    Bytes typeList;
-    Bytes references;
-    append16(typeList, static_cast<std::uint32_t>(types_.size()) - 1);
+    BigEndian data;
+    BigEndian names;
+    BigEndian references;
+    BigEndian typeList;
+    typeList.u16(types_.size() - 1);
     for (const Type& type : types_) {
         const auto owner = std::find_if(types_.begin(), types_.end(), [&](const Type& t) {
             return t.source.empty() && t.type == (type.source.empty() ? type.type : type.source);
@@ -71,40 +40,22 @@ Bytes ResourceForkBuilder::build() const {
         for (auto t = types_.begin(); t != owner; ++t) {
             before += t->resources.size();
         }
-        append(typeList, type.type);
-        append16(typeList, static_cast<std::uint32_t>(owner->resources.size()) - 1);
-        append16(typeList, static_cast<std::uint32_t>(2 + 8 * types_.size() + 12 * before));
+        typeList.text(type.type).u16(owner->resources.size() - 1);
+        typeList.u16(2 + 8 * types_.size() + 12 * before);
         for (const Resource& resource : type.resources) {
-            append16(references, static_cast<std::uint32_t>(resource.id));
-            append16(references,
-                     resource.name.empty() ? 0xFFFF : static_cast<std::uint32_t>(names.size()));
-            append32(references, std::uint32_t{resource.attributes} << 24 |
-                                     static_cast<std::uint32_t>(data.size()));
-            append32(references, 0);
-            append32(data, static_cast<std::uint32_t>(resource.data.size()));
-            append(data, resource.data);
+            references.u16(resource.id).u16(resource.name.empty() ? 0xFFFF : names.size());
+            references.u8(resource.attributes).u8(data.size() >> 16).u16(data.size()).u32(0);
+            data.u32(resource.data.size()).append(resource.data);
             if (!resource.name.empty()) {
-                names.push_back(static_cast<std::uint8_t>(resource.name.size()));
-                append(names, resource.name);
+                names.u8(resource.name.size()).text(resource.name);
             }
         }
     }
-    const auto mapLength =
-        static_cast<std::uint32_t>(28 + typeList.size() + references.size() + names.size());
-    Bytes fork;
-    append32(fork, kDataAt);
-    append32(fork, static_cast<std::uint32_t>(kDataAt + data.size()));
-    append32(fork, static_cast<std::uint32_t>(data.size()));
-    append32(fork, mapLength);
-    fork.resize(kDataAt);
-    append(fork, data);
-    fork.resize(fork.size() + 24);
-    append16(fork, 28);
-    append16(fork, static_cast<std::uint32_t>(28 + typeList.size() + references.size()));
-    append(fork, typeList);
-    append(fork, references);
-    append(fork, names);
-    return fork;
+    const std::size_t namesAt = 28 + typeList.size() + references.size();
+    BigEndian fork;
+    fork.u32(kDataAt).u32(kDataAt + data.size()).u32(data.size()).u32(namesAt + names.size());
+    fork.padTo(kDataAt).append(data).zeros(24).u16(28).u16(namesAt);
+    return fork.append(typeList).append(references).append(names);
 }
 
 std::size_t ResourceForkBuilder::mapAt() const {
@@ -116,43 +67,24 @@ std::size_t ResourceForkBuilder::referenceAt(std::size_t index) const {
 }
 
 Bytes placeholderFork() {
-    Bytes fork;
-    for (const std::uint32_t word : {256u, 256u, 0u, 30u}) {
-        append32(fork, word);
-    }
-    append(fork, "This resource fork intentionally left blank   ");
-    fork.resize(256 + 24);
-    append16(fork, 28);
-    append16(fork, 30);
-    append16(fork, 0xFFFF);
-    return fork;
+    BigEndian fork;
+    fork.u32(256).u32(256).u32(0).u32(30).text("This resource fork intentionally left blank   ");
+    return fork.padTo(256 + 24).u16(28).u16(30).u16(0xFFFF);
 }
 
 Bytes finderInfoBytes(std::string_view type, std::string_view creator) {
-    Bytes info;
-    append(info, type);
-    append(info, creator);
-    info.resize(32);
-    return info;
+    return BigEndian().text(type).text(creator).padTo(32);
 }
 
 Bytes appleFile(std::uint32_t magic, const AppleEntries& entries, std::uint32_t version) {
-    Bytes file;
-    append32(file, magic);
-    append32(file, version);
-    file.resize(24);
-    append16(file, static_cast<std::uint32_t>(entries.size()));
-    std::size_t at = 26 + 12 * entries.size();
+    BigEndian header;
+    BigEndian body;
+    header.u32(magic).u32(version).zeros(16).u16(entries.size());
     for (const auto& [id, bytes] : entries) {
-        append32(file, id);
-        append32(file, static_cast<std::uint32_t>(at));
-        append32(file, static_cast<std::uint32_t>(bytes.size()));
-        at += bytes.size();
+        header.u32(id).u32(26 + 12 * entries.size() + body.size()).u32(bytes.size());
+        body.append(bytes);
     }
-    for (const auto& [id, bytes] : entries) {
-        append(file, bytes);
-    }
-    return file;
+    return header.append(body);
 }
 
 Bytes appleDouble(std::string_view type, std::string_view creator, const Bytes& fork) {
@@ -160,32 +92,16 @@ Bytes appleDouble(std::string_view type, std::string_view creator, const Bytes& 
 }
 
 Bytes macBinary(const Bytes& fork, const MacBinaryOptions& options) {
-    Bytes file(128);
-    const std::string name = "Test suitcase";
-    file[1] = static_cast<std::uint8_t>(name.size());
-    std::copy(name.begin(), name.end(), file.begin() + 2);
-    std::copy(options.type.begin(), options.type.end(), file.begin() + 65);
-    std::copy(options.creator.begin(), options.creator.end(), file.begin() + 69);
-    patch(file, 83, 4, static_cast<std::uint32_t>(options.dataFork.size()));
-    patch(file, 87, 4, static_cast<std::uint32_t>(fork.size()));
+    BigEndian header;
+    header.u8(0).u8(13).text("Test suitcase").padTo(65).text(options.type).text(options.creator);
+    header.padTo(83).u32(options.dataFork.size()).u32(fork.size()).padTo(102);
+    header.text(options.version == 3 ? "mBIN" : "").padTo(120);
     if (options.version >= 2) {
-        patch(file, 120, 2, options.secondaryLength);
-        file[122] = static_cast<std::uint8_t>(127 + options.version);
-        file[123] = 129;
-        if (options.version == 3) {
-            const std::string_view signature = "mBIN";
-            std::copy(signature.begin(), signature.end(), file.begin() + 102);
-        }
-        const std::uint16_t crc = xmodem(Bytes(file.begin(), file.begin() + 124));
-        patch(file, 124, 2, options.rightChecksum ? crc : crc ^ 1u);
+        header.u16(options.secondaryLength).u8(127 + options.version).u8(129);
+        header.u16(options.rightChecksum ? xmodem(header) : xmodem(header) ^ 1u);
     }
-    file.resize(file.size() + options.secondaryLength);
-    padTo(file, 128);
-    append(file, options.dataFork);
-    padTo(file, 128);
-    append(file, fork);
-    padTo(file, 128);
-    return file;
+    header.padTo(128).zeros(options.secondaryLength).padUnit(128);
+    return header.append(options.dataFork).padUnit(128).append(fork).padUnit(128);
 }
 
 std::string binHexText(const Bytes& bytes) {
@@ -202,12 +118,9 @@ std::string binHexText(const Bytes& bytes) {
             packed.push_back(0);
         }
         if (run > 3) {
-            packed.push_back(0x90);
-            packed.push_back(static_cast<std::uint8_t>(run));
-            i += run;
-        } else {
-            ++i;
+            packed.insert(packed.end(), {0x90, static_cast<std::uint8_t>(run)});
         }
+        i += run > 3 ? run : 1;
     }
     std::string text;
     unsigned bits = 0;
@@ -233,48 +146,32 @@ std::string binHexText(const Bytes& bytes) {
 }
 
 Bytes binHex(const Bytes& fork, const BinHexOptions& options) {
-    const std::string name = "Test";
-    Bytes header;
-    header.push_back(static_cast<std::uint8_t>(name.size()));
-    append(header, name);
-    header.push_back(0);
-    append(header, options.type);
-    append(header, options.creator);
-    append16(header, 0);
-    append32(header, static_cast<std::uint32_t>(options.dataFork.size()));
-    append32(header, static_cast<std::uint32_t>(fork.size()));
-    append16(header, xmodem(header));
-    append(header, options.dataFork);
-    append16(header, xmodem(options.dataFork));
-    append(header, fork);
-    append16(header, options.rightForkChecksum ? xmodem(fork) : xmodem(fork) ^ 1u);
+    BigEndian file;
+    file.u8(4).text("Test").u8(0).text(options.type).text(options.creator).u16(0);
+    file.u32(options.dataFork.size()).u32(fork.size()).u16(xmodem(file));
+    file.append(options.dataFork).u16(xmodem(options.dataFork));
+    file.append(fork).u16(options.rightForkChecksum ? xmodem(fork) : xmodem(fork) ^ 1u);
     return bytesOf(options.before + "(This file must be converted with BinHex 4.0)\n\n:" +
-                   binHexText(header) + (options.lastColon ? ":\n" : ""));
+                   binHexText(file) + (options.lastColon ? ":\n" : ""));
 }
 
 Bytes afpInfo(std::string_view type, std::string_view creator) {
-    Bytes info = bytesOf(std::string_view("AFP\0\0\0\1\0", 8));
-    info.resize(12);
-    append32(info, 0x80000000);
-    append(info, finderInfoBytes(type, creator));
-    info.resize(60);
-    return info;
+    BigEndian info;
+    info.text(std::string_view("AFP\0", 4)).u32(0x00000100).u32(0).u32(0x80000000);
+    return info.append(finderInfoBytes(type, creator)).padTo(60);
 }
 
 Bytes finderDat(const std::vector<FinderDatRecord>& records, std::size_t cluster) {
-    Bytes file;
+    BigEndian file;
     for (const FinderDatRecord& record : records) {
-        Bytes bytes(1, static_cast<std::uint8_t>(record.macName.size()));
-        append(bytes, record.macName);
-        bytes.resize(32);
-        append(bytes, finderInfoBytes(record.type, record.creator));
-        bytes.resize(80);
-        append(bytes, record.shortName);
-        bytes.resize(92);
+        BigEndian bytes;
+        bytes.u8(record.macName.size()).text(record.macName).padTo(32);
+        bytes.append(finderInfoBytes(record.type, record.creator)).padTo(80);
+        bytes.text(record.shortName).padTo(92);
         if (file.size() % cluster + bytes.size() > cluster) {
-            padTo(file, cluster);
+            file.padUnit(cluster);
         }
-        append(file, bytes);
+        file.append(bytes);
     }
     return file;
 }

@@ -9,15 +9,6 @@
 #include "BigEndian.h"
 #include "Support.h"
 
-/// Big-endian numbers in a block of bytes, beside patch().
-std::uint32_t get32(const Bytes& bytes, std::size_t at);
-void append(Bytes& bytes, const Bytes& more);
-void append(Bytes& bytes, std::string_view more);
-void append16(Bytes& bytes, std::uint32_t value);
-void append32(Bytes& bytes, std::uint32_t value);
-/// A four-character code as a number.
-std::uint32_t code(std::string_view text);
-
 /// Makes resource files, on its own and not with the library's writer. Types stand in the order in
 /// which they were first added.
 class ResourceForkBuilder {
@@ -29,6 +20,7 @@ class ResourceForkBuilder {
     ResourceForkBuilder& addTypeAgain(std::string_view type, std::string_view source);
 
     Bytes build() const;
+    operator Bytes() const { return build(); }
 
     // Places in what build() answers, for patching.
     std::size_t mapAt() const;

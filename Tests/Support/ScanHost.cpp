@@ -1,6 +1,7 @@
 #include "ScanHost.h"
 
 #include <memory>
+#include <thread>
 #include <utility>
 
 ScriptedParser::ScriptedParser(Parse parse, Inspect inspect)
@@ -50,6 +51,14 @@ ScanHost::ScanHost(OxParser& parser) : parser_(parser) {
         const std::lock_guard lock(mutex_);
         fontCompletions.push_back(cancelled);
         ended_.notify_all();
+    });
+}
+
+void ScanHost::cancelAt(int files) {
+    parser_.fileProgressCallbacks.push_back([this, files](int count, int, void*) {
+        if (count == files) {
+            std::thread([this] { parser_.cancel(); }).join();
+        }
     });
 }
 

@@ -46,6 +46,8 @@ class ScanHost {
     ScanHost(const ScanHost&) = delete;
     ScanHost& operator=(const ScanHost&) = delete;
 
+    /// Cancels from another thread while the walk waits in its callback for that many files found.
+    void cancelAt(int files);
     /// Waits until the font completion callback has come.
     void wait();
     /// Runs the coordinator and waits.

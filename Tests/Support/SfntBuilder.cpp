@@ -33,27 +33,14 @@ constexpr Field kFields[] = {
 
 }  // namespace
 
-void patch(Bytes& bytes, std::size_t offset, int width, std::uint32_t value) {
-    for (int i = 0; i < width; ++i) {
-        bytes.at(offset + static_cast<std::size_t>(i)) =
-            static_cast<std::uint8_t>(value >> (8 * (width - 1 - i)));
-    }
-}
-
 SfntBuilder SfntBuilder::goodFont() {
     SfntBuilder font;
     font.table("OS/2",
                BigEndian().u16(3).u16(500).u16(400).u16(5).zeros(50).text("ACME").padTo(96));
     font.table("cmap", BigEndian().u16(0).u16(0).zeros(4));
     font.table("glyf", BigEndian().u32(0x01020304).u16(0x0506));
-    font.table("head", BigEndian()
-                           .u32(0x00010000)
-                           .u32(0x00020000)
-                           .u32(0x12345678)
-                           .u32(0x5F0F3CF5)
-                           .u16(3)
-                           .u16(1000)
-                           .padTo(54));
+    const BigEndian head = BigEndian().u32(0x00010000).u32(0x00020000).u32(0x12345678);
+    font.table("head", BigEndian(head).u32(0x5F0F3CF5).u16(3).u16(1000).padTo(54));
     font.table("hhea", BigEndian().u32(0x00010000).padTo(36));
     font.table("hmtx", BigEndian().u16(500).u16(0).u16(250).u16(7));
     font.table("loca", BigEndian().u16(0).u16(3));
@@ -87,12 +74,10 @@ std::string SfntBuilder::utf16(std::u16string_view text) {
 Bytes SfntBuilder::nameTable(const std::vector<Name>& names) {
     BigEndian table;
     std::string storage;
-    table.u16(0).u16(static_cast<std::uint32_t>(names.size()));
-    table.u16(static_cast<std::uint32_t>(6 + 12 * names.size()));
+    table.u16(0).u16(names.size()).u16(6 + 12 * names.size());
     for (const Name& name : names) {
         table.u16(name.platform).u16(name.encoding).u16(name.language).u16(name.id);
-        table.u16(static_cast<std::uint32_t>(name.text.size()));
-        table.u16(static_cast<std::uint32_t>(storage.size()));
+        table.u16(name.text.size()).u16(storage.size());
         storage += name.text;
     }
     return table.text(storage);
@@ -100,7 +85,7 @@ Bytes SfntBuilder::nameTable(const std::vector<Name>& names) {
 
 Bytes SfntBuilder::kernTable(const std::vector<unsigned>& pairCounts) {
     BigEndian table;
-    table.u16(0).u16(static_cast<std::uint32_t>(pairCounts.size()));
+    table.u16(0).u16(pairCounts.size());
     for (const unsigned pairs : pairCounts) {
         table.u16(0).u16(14 + 6 * pairs).u16(0x0001).u16(pairs).zeros(6 + 6 * pairs);
     }
@@ -122,6 +107,13 @@ SfntBuilder& SfntBuilder::version(std::uint32_t version) {
 
 SfntBuilder& SfntBuilder::tableCount(std::uint16_t count) {
     tableCount_ = count;
+    return *this;
+}
+
+SfntBuilder& SfntBuilder::fillUpTo(std::size_t count) {
+    while (tables_.size() < count) {
+        table("XX" + std::to_string(tables_.size() + 10), bytesOf("data"));
+    }
     return *this;
 }
 
@@ -170,8 +162,7 @@ SfntBuilder& SfntBuilder::patch(std::string_view field, std::uint32_t value) {
 Bytes SfntBuilder::directory(std::vector<std::pair<Bytes, std::uint32_t>>& stored, std::size_t& end,
                              bool share) const {
     BigEndian out;
-    out.u32(version_).u16(tableCount_.value_or(static_cast<std::uint16_t>(tables_.size())));
-    out.u16(0).u16(0).u16(0);
+    out.u32(version_).u16(tableCount_.value_or(tables_.size())).zeros(6);
     for (const Table& table : tables_) {
         const auto known = std::find_if(stored.begin(), stored.end(),
                                         [&](const auto& s) { return s.first == table.data; });
@@ -184,8 +175,7 @@ Bytes SfntBuilder::directory(std::vector<std::pair<Bytes, std::uint32_t>>& store
             end += (table.data.size() + 3) / 4 * 4;
         }
         out.text(table.tag).u32(table.checksum.value_or(checksum(table.data)));
-        out.u32(table.offset.value_or(offset));
-        out.u32(table.length.value_or(static_cast<std::uint32_t>(table.data.size())));
+        out.u32(table.offset.value_or(offset)).u32(table.length.value_or(table.data.size()));
     }
     return out;
 }
@@ -203,10 +193,10 @@ Bytes SfntBuilder::build() const {
 
 Bytes SfntBuilder::collection(const std::vector<SfntBuilder>& members, bool share) {
     BigEndian header;
-    header.text("ttcf").u32(0x00010000).u32(static_cast<std::uint32_t>(members.size()));
+    header.text("ttcf").u32(0x00010000).u32(members.size());
     std::size_t end = 12 + 4 * members.size();
     for (const SfntBuilder& member : members) {
-        header.u32(static_cast<std::uint32_t>(end));
+        header.u32(end);
         end += 12 + 16 * member.tables_.size();
     }
     std::vector<std::pair<Bytes, std::uint32_t>> stored;

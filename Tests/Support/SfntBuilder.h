@@ -43,6 +43,8 @@ class SfntBuilder {
     SfntBuilder& version(std::uint32_t version);
     /// The number of tables that the offset table claims.
     SfntBuilder& tableCount(std::uint16_t count);
+    /// Adds tables that no reader knows until there are so many.
+    SfntBuilder& fillUpTo(std::size_t count);
     /// Replaces the table of that tag, or adds it at the end of the directory.
     SfntBuilder& table(const std::string& tag, const Bytes& data);
     SfntBuilder& drop(const std::string& tag);
@@ -54,6 +56,7 @@ class SfntBuilder {
     Table& operator[](const std::string& tag);
 
     Bytes build() const;
+    operator Bytes() const { return build(); }
     /// A collection of these fonts. Tables of equal bytes are stored once when `share` is set.
     static Bytes collection(const std::vector<SfntBuilder>& members, bool share = true);
 
@@ -62,6 +65,6 @@ class SfntBuilder {
                     bool share) const;
 
     std::uint32_t version_ = 0x00010000;
-    std::optional<std::uint16_t> tableCount_;
+    std::optional<std::size_t> tableCount_;
     std::vector<Table> tables_;
 };

@@ -1,7 +1,11 @@
 #include "Support.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
+
+#include "BigEndian.h"
+#include "ByteView.h"
 
 namespace fs = boost::filesystem;
 
@@ -32,9 +36,37 @@ Bytes bytesOf(std::string_view text) {
     return Bytes(text.begin(), text.end());
 }
 
+void patch(Bytes& bytes, std::size_t offset, int width, std::uint32_t value) {
+    for (int i = 0; i < width; ++i) {
+        bytes.at(offset + static_cast<std::size_t>(i)) =
+            static_cast<std::uint8_t>(value >> (8 * (width - 1 - i)));
+    }
+}
+
+std::uint32_t get32(const Bytes& bytes, std::size_t at) {
+    return ByteView(bytes).u32be(at);
+}
+
+std::uint32_t code(std::string_view text) {
+    return get32(bytesOf(text), 0);
+}
+
+void append(Bytes& bytes, const Bytes& more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
 Bytes readFile(const fs::path& file) {
     std::ifstream in(file.string(), std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
+std::vector<std::string> namesIn(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 std::vector<std::string> diagnosticLines(const OxFont& font) {

@@ -30,5 +30,8 @@ class TemporaryFolder {
 Bytes bytesOf(std::string_view text);
 Bytes readFile(const boost::filesystem::path& file);
 
+/// The entries of a folder, sorted.
+std::vector<std::string> namesIn(const boost::filesystem::path& folder);
+
 /// A record's diagnostics, one a line: "error 11103 1", "warning 0 text".
 std::vector<std::string> diagnosticLines(const OxFont& font);

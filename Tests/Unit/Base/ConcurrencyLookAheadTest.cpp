@@ -1,16 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <boost/filesystem.hpp>
 #include <random>
 
 #include "BlockPool.h"
 #include "LookAhead.h"
-#include "Support.h"
+#include "UnitTest.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
 
 constexpr std::size_t kBudget = std::size_t{4} << 20;
 

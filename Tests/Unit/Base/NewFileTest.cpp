@@ -1,60 +1,37 @@
 #include "NewFile.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 #include "ChildProcess.h"
 #include "MacRoman.h"
-#include "Support.h"
+#include "UnitTest.h"
 
-namespace fs = boost::filesystem;
+namespace {
+
+int takenNames = 0;
+
+}  // namespace
+
+// Stands in for the system's, so that a test can have temporary names taken.
+int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept {
+    if (takenNames > 0 && std::string_view(to).starts_with(".oxparser-")) {
+        --takenNames;
+        errno = EEXIST;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_linkat, fromFolder, from, toFolder, to, flags));
+}
 
 namespace {
 
 int writeText(NewFile& file, std::string_view text) {
     return file.write(ByteView(bytesOf(text)));
-}
-
-class NewFileTest : public testing::Test {
-  protected:
-    fs::path path() const { return folder_.path() / "file"; }
-    std::size_t entries() const {
-        return static_cast<std::size_t>(
-            std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()));
-    }
-
-    TemporaryFolder folder_;
-};
-
-TEST_F(NewFileTest, AppearsWhenItIsCommitted) {
-    NewFile file;
-    ASSERT_EQ(file.create(path()), 0);
-    EXPECT_EQ(writeText(file, "one "), 0);
-    EXPECT_EQ(writeText(file, "two"), 0);
-    EXPECT_FALSE(fs::exists(path()));
-    EXPECT_EQ(file.commit(), 0);
-    EXPECT_EQ(readFile(path()), bytesOf("one two"));
-    EXPECT_EQ(entries(), 1u);
-    EXPECT_EQ(file.commit(), EBADF);
-}
-
-TEST_F(NewFileTest, NeedsItsFolder) {
-    NewFile file;
-    EXPECT_EQ(file.create(folder_.path() / "none" / "file"), ENOENT);
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 class NewFileWays : public testing::TestWithParam<unsigned> {
@@ -80,8 +57,9 @@ TEST_P(NewFileWays, AppearsCompleteAndOnlyWhenPublished) {
         file.setModificationTime({1000000000, 123456789});
         EXPECT_FALSE(fs::exists(folder.path() / "font"));
         ASSERT_EQ(file.commit(), 0);
+        EXPECT_EQ(file.commit(), EBADF);
     }
-    EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"font"});
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("font"));
     EXPECT_EQ(readFile(folder.path() / "font"), bytesOf("first second"));
     struct stat status;
     ASSERT_EQ(::stat((folder.path() / "font").c_str(), &status), 0);
@@ -98,7 +76,7 @@ TEST_P(NewFileWays, LeavesNothingWhenItIsNotPublished) {
         ASSERT_EQ(file.create(directory, "font", 0600), 0);
         ASSERT_EQ(writeText(file, "half a fo"), 0);
     }
-    EXPECT_TRUE(namesIn(folder.path()).empty());
+    EXPECT_THAT(namesIn(folder.path()), IsEmpty());
 }
 
 TEST_P(NewFileWays, NeverReplacesAnything) {
@@ -113,7 +91,7 @@ TEST_P(NewFileWays, NeverReplacesAnything) {
         EXPECT_EQ(file.commit(), EEXIST) << name;
         file.withdraw();
     }
-    EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{"dangling", "file", "folder"}));
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("dangling", "file", "folder"));
     EXPECT_EQ(readFile(folder.path() / "file"), bytesOf("mine"));
     EXPECT_FALSE(fs::exists(folder.path() / "nowhere"));
 }
@@ -136,7 +114,32 @@ TEST_P(NewFileWays, ReplacesOnlyItsOwnEarlierFile) {
     fs::remove(path);
     ASSERT_EQ(third.create(path), 0);
     EXPECT_EQ(third.replace(secondId), 0);  // nobody has it: a new file
-    EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"file"});
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("file"));
+}
+
+TEST_P(NewFileWays, NeedsItsFolder) {
+    EXPECT_EQ(NewFile(GetParam()).create(folder.path() / "none" / "file"), ENOENT);
+    const FileDescriptor directory = open();
+    fs::remove(folder.path());
+    NewFile file(GetParam());
+    EXPECT_EQ(file.create(directory, "font", 0600), ENOENT);
+    EXPECT_EQ(file.commit(), EBADF);
+}
+
+TEST(NewFile, TriesSixteenTemporaryNames) {
+    for (const auto& [taken, status] : {std::pair(0, 0), {1, 0}, {15, 0}, {16, EEXIST}}) {
+        const TemporaryFolder folder;
+        NewFile first;
+        ASSERT_EQ(first.create(folder.path() / "file"), 0);
+        const std::string id = first.fileId();
+        ASSERT_EQ(first.commit(), 0);
+        NewFile second;
+        ASSERT_EQ(second.create(folder.path() / "file"), 0);
+        takenNames = taken;
+        EXPECT_EQ(second.replace(id), status) << taken;
+        EXPECT_EQ(takenNames, 0);
+        EXPECT_THAT(namesIn(folder.path()), ElementsAre("file"));
+    }
 }
 
 TEST_P(NewFileWays, WithdrawsItsOwnFileOnly) {

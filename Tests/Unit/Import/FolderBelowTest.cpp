@@ -1,16 +1,13 @@
 #include "FolderBelow.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 
-#include "Support.h"
+#include "UnitTest.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
 
 std::string below(const std::string& folder, const std::string& file) {
     const auto result = pathBelow(folder, file);

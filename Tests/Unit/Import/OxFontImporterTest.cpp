@@ -1,12 +1,8 @@
 #include "OxFontImporter.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <boost/smart_ptr/make_shared.hpp>
 #include <cerrno>
 #include <iostream>
-#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -14,19 +10,12 @@
 #include "OxFontSuitcaseMover.h"
 #include "ScanHost.h"
 #include "SfntBuilder.h"
-#include "Support.h"
+#include "UnitTest.h"
 
 namespace {
 
-namespace fs = boost::filesystem;
-using testing::ElementsAre;
-
-std::queue<fs::path> queueOf(const std::vector<fs::path>& paths) {
-    std::queue<fs::path> queue;
-    for (const fs::path& path : paths) {
-        queue.push(path);
-    }
-    return queue;
+std::queue<fs::path> queueOf(const std::deque<fs::path>& paths) {
+    return std::queue<fs::path>(paths);
 }
 
 // Everything below a folder, files with their bytes.
@@ -63,8 +52,7 @@ class Importer : public testing::Test {
         if (copies.size() != 1) {
             return std::to_string(copies.size()) + " outcomes";
         }
-        const int error = copies[0].error.value();
-        return copyOutcomeName(copies[0].outcome) + (error != 0 ? " " + std::to_string(error) : "");
+        return outcomeText(copies[0].outcome, copies[0].error);
     }
     std::string import(const fs::path& file, const std::string& family) {
         return import(record(file, family));
@@ -79,16 +67,20 @@ class Importer : public testing::Test {
 };
 
 TEST_F(Importer, LaysFontsOutByFamilyAndFoundry) {
-    const auto path = [this](const char* family, const char* foundry, const char* file) {
-        return importer->createPath(family, foundry, file).string();
-    };
-    EXPECT_EQ(path("Garamond", "Acme", "GaramondBold.ttf"), "./G/Garamond/Acme/GaramondBold.ttf");
-    EXPECT_EQ(path("Helvetica", "", "Helvetica.dfont"), "./H/Helvetica/Helvetica.dfont");
-    EXPECT_EQ(path("", "", "x.ttf"), "./x.ttf");
-    EXPECT_EQ(path("", "Acme", "x.ttf"), "./Acme/x.ttf");
-    EXPECT_EQ(path("garamond", "", "x"), "./g/garamond/x") << "the initial keeps its case";
-    EXPECT_EQ(path("\xC3\x89tienne", "", "x"), "./\xC3/\xC3\x89tienne/x") << "a byte, no letter";
-    EXPECT_EQ(path("A/B", "", "x"), "./A/A/B/x");
+    const struct {
+        const char* family;
+        const char* foundry;
+        const char* path;
+    } kCases[] = {{"Garamond", "Acme", "./G/Garamond/Acme/x.ttf"},
+                  {"Helvetica", "", "./H/Helvetica/x.ttf"},
+                  {"", "", "./x.ttf"},
+                  {"", "Acme", "./Acme/x.ttf"},
+                  {"garamond", "", "./g/garamond/x.ttf"},  // the initial keeps its case
+                  {"\xC3\x89tienne", "", "./\xC3/\xC3\x89tienne/x.ttf"},  // a byte, no letter
+                  {"A/B", "", "./A/A/B/x.ttf"}};
+    for (const auto& c : kCases) {
+        EXPECT_EQ(importer->createPath(c.family, c.foundry, "x.ttf").string(), c.path);
+    }
 }
 
 TEST_F(Importer, CopiesTheFontsOfARun) {
@@ -142,7 +134,7 @@ TEST_F(Importer, AMissingFolderIsSkippedUnlessFoldersAreWanted) {
     EXPECT_EQ(readFile(target / "A/Acme/Unknown/x.ttf"), bytesOf("font"));
 
     folder.write("target/B", "a file where a folder should be");
-    EXPECT_EQ(import(font, "Bodoni"), "failed " + std::to_string(ENOTDIR));
+    EXPECT_EQ(import(font, "Bodoni"), failedWith(ENOTDIR));
     importer->setCreateFolders(false);
     EXPECT_EQ(import(font, "Baskerville"), "no-folder");
 
@@ -171,20 +163,18 @@ TEST_F(Importer, NamesOutOfFontsDoNotLeadOutOfTheDestination) {
     const LogRecorder log;
     const auto before = treeOf(folder.path());
     const std::string nul("A\0B", 3);
-    std::size_t refusals = 0;
-    for (const std::string& family :
-         {std::string("../../victim"), std::string(".."), std::string("../../.."),
-          "../../../../../../.." + folder.path().string() + "/victim", nul}) {
+    const std::vector<std::string> families = {
+        "../../victim", "..", "../../..", nul,
+        "../../../../../../.." + folder.path().string() + "/victim"};
+    const std::vector<std::string> fileNames = {"../../../../victim/x.ttf", "../../../../new.ttf",
+                                                nul, "../../..", "../../../../targeted/x.ttf"};
+    for (const std::string& family : families) {
         EXPECT_EQ(import(font, family), "refused") << family;
-        ++refusals;
     }
-    for (const std::string& name :
-         {std::string("../../../../victim/x.ttf"), std::string("../../../../new.ttf"), nul,
-          std::string("../../.."), std::string("../../../../targeted/x.ttf")}) {
+    for (const std::string& name : fileNames) {
         EXPECT_EQ(import(record(font, "Acme", name)), "refused") << name;
-        ++refusals;
     }
-    EXPECT_EQ(log.linesWith("OxFontImporter ERROR").size(), refusals);
+    EXPECT_THAT(log.linesWith("OxFontImporter ERROR"), SizeIs(10));
     EXPECT_EQ(treeOf(folder.path()), before) << "neither copied nor made a folder";
 }
 
@@ -209,9 +199,9 @@ TEST_F(Importer, OddNamesStayInsideTheDestination) {
         EXPECT_EQ(import(font, odd.family), odd.outcome) << odd.family;
         EXPECT_EQ(readFile(target / odd.place), bytesOf("font")) << odd.family;
     }
-    EXPECT_EQ(import(font, longName + "L"), "failed " + std::to_string(ENAMETOOLONG));
+    EXPECT_EQ(import(font, longName + "L"), failedWith(ENAMETOOLONG));
     // Source and destination are folders.
-    EXPECT_EQ(import(record(font, "Acme", ".")), "failed " + std::to_string(EISDIR));
+    EXPECT_EQ(import(record(font, "Acme", ".")), failedWith(EISDIR));
 }
 
 TEST_F(Importer, ARecordWithoutAFileNameNamesNoFile) {
@@ -292,7 +282,7 @@ TEST_F(Importer, RecordsOfOneFileAreCopiedAndComparedOnce) {
 
     moves.clear();
     const fs::path missing = folder.path() / "missing.ttc";
-    const std::string failure = "failed " + std::to_string(ENOENT);
+    const std::string failure = failedWith(ENOENT);
     EXPECT_EQ(import(missing, "Acme"), failure);
     EXPECT_EQ(import(missing, "Acme"), failure);
     EXPECT_EQ(moves.size(), 1u) << "a copy that failed is not tried for each member";
@@ -309,14 +299,13 @@ class ForeignMover : public OxFontMover {
   public:
     void Move(const fs::path& source, const fs::path& destination,
               boost::shared_ptr<OxFont>& font) override {
-        if (font->getAttribute(eFamilyname) == "Throws") {
+        const std::string family = font->getAttribute(eFamilyname);
+        if (family == "Throws") {
             throw std::runtime_error("the mover's trouble");
         }
-        if (font->getAttribute(eFamilyname) == "Reports") {
+        if (family == "Reports") {
             setLastCopy(CopyResult{CopyOutcome::Differs, {}});
-            return;
-        }
-        if (font->getAttribute(eFamilyname) != "Declines") {
+        } else if (family != "Declines") {
             fs::create_directories(destination.parent_path());
             fs::rename(source, destination);
         }
@@ -328,12 +317,12 @@ TEST_F(Importer, TellsWhatAForeignMoverHasDone) {
     importer->setMover(nullptr);
     const fs::path font = folder.write("x.ttf", "font");
     const LogRecorder log;
-    EXPECT_EQ(import(font, "Throws"), "failed " + std::to_string(EIO));
+    EXPECT_EQ(import(font, "Throws"), failedWith(EIO));
     EXPECT_EQ(log.linesWith("the mover's trouble").size(), 1u);
     EXPECT_EQ(import(font, "Reports"), "differs");
     EXPECT_EQ(import(font, "Declines"), "no-folder");
     importer->setCreateFolders(true);
-    EXPECT_EQ(import(font, "Declines"), "failed " + std::to_string(ECANCELED));
+    EXPECT_EQ(import(font, "Declines"), failedWith(ECANCELED));
     EXPECT_EQ(import(font, "Acme"), "copied");
     EXPECT_FALSE(fs::exists(font)) << "moved, not copied";
     EXPECT_EQ(import(folder.write("y/x.ttf", "font"), "../../victim"), "refused");
@@ -356,9 +345,9 @@ TEST_F(Importer, ADryRunForetellsAndTouchesNothing) {
     EXPECT_EQ(import(equal, "Acme"), "same");
     EXPECT_EQ(import(font, "Didot"), "same");
     EXPECT_EQ(import(other, "Didot"), "differs");
-    EXPECT_EQ(import(font, "Egmont"), "failed " + std::to_string(ENOTDIR));
+    EXPECT_EQ(import(font, "Egmont"), failedWith(ENOTDIR));
     EXPECT_EQ(import(font, "../../x"), "refused");
-    EXPECT_EQ(import(folder.path() / "missing.ttf", "Acme"), "failed " + std::to_string(ENOENT));
+    EXPECT_EQ(import(folder.path() / "missing.ttf", "Acme"), failedWith(ENOENT));
     EXPECT_EQ(treeOf(folder.path()), before);
 }
 

@@ -1,7 +1,6 @@
 #include "OxFontMover.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -15,27 +14,20 @@
 
 #include "AppleDouble.h"
 #include "ChildProcess.h"
-#include "Support.h"
+#include "ForkLocator.h"
+#include "ResourceForkBuilder.h"
+#include "UnitTest.h"
 
 namespace {
 
-namespace fs = boost::filesystem;
-
-std::string textOf(const std::optional<CopyResult>& result) {
-    if (!result) {
-        return "nothing";
-    }
-    const int error = result->error.value();
-    return copyOutcomeName(result->outcome) + (error != 0 ? " " + std::to_string(error) : "");
+Bytes suitcaseFork(std::uint8_t content) {
+    return ResourceForkBuilder().add("NFNT", 1, {content});
 }
 
-std::string failedWith(int error) {
-    return "failed " + std::to_string(error);
-}
-
-std::size_t entriesIn(const fs::path& folder) {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+// A sidecar in the shape that copies get.
+Bytes sidecar(std::string_view type, std::uint8_t content) {
+    const Bytes fork = suitcaseFork(content);
+    return appledouble::makeAppleDouble(FinderInfo::of(code(type), code("DMOV")), ByteView(fork));
 }
 
 class Mover : public testing::Test {
@@ -45,35 +37,10 @@ class Mover : public testing::Test {
     std::string move(const fs::path& source, const fs::path& destination) {
         boost::shared_ptr<OxFont> font;
         mover.Move(source, destination, font);
-        return textOf(mover.lastCopy());
+        const auto& last = mover.lastCopy();
+        return last ? outcomeText(last->outcome, last->error) : "nothing";
     }
-    fs::path sidecarOf(const fs::path& file) const {
-        return file.parent_path() / ("._" + file.filename().string());
-    }
-    Bytes suitcaseFork(std::uint8_t content) const {
-        // A resource file without resources: header, four bytes of data, map.
-        Bytes fork(256, 0);
-        const auto put = [&fork](std::size_t at, std::uint8_t value) { fork[at] = value; };
-        put(2, 1);  // data at 256
-        put(6, 1);  // map at 260
-        put(7, 4);
-        put(11, 4);   // data length
-        put(15, 30);  // map length
-        for (int i = 0; i < 4; ++i) {
-            fork.push_back(content);
-        }
-        Bytes map(30, 0);
-        map[25] = 28;  // type list
-        map[27] = 30;  // name list
-        map[28] = map[29] = 0xFF;
-        fork.insert(fork.end(), map.begin(), map.end());
-        return fork;
-    }
-    void writeSidecar(const std::string& name, const Bytes& fork,
-                      std::uint32_t type = fourCharCode("FFIL")) const {
-        folder.write(name, appledouble::makeAppleDouble(FinderInfo::of(type, fourCharCode("DMOV")),
-                                                        ByteView(fork)));
-    }
+    Lines entries() const { return namesIn(target); }
 
     TemporaryFolder folder;
     fs::path target = folder.path() / "target";
@@ -99,7 +66,7 @@ TEST_F(Mover, CopiesBytesTimeAndPermissions) {
     EXPECT_EQ(status.st_mtim.tv_sec, 987654321);
     EXPECT_EQ(status.st_mtim.tv_nsec, 55);
     EXPECT_EQ(status.st_mode & 07777, 0644u);
-    EXPECT_EQ(entriesIn(target), 1u);
+    EXPECT_THAT(entries(), ElementsAre("copy.ttf"));
 
     EXPECT_EQ(move(folder.write("empty.ttf", ""), target / "empty.ttf"), "copied");
     EXPECT_EQ(fs::file_size(target / "empty.ttf"), 0u);
@@ -117,30 +84,37 @@ TEST_F(Mover, LeavesWhateverIsAtTheDestination) {
     fs::create_directory(target / "folder");
     fs::create_symlink("file", target / "link");
     fs::create_symlink("nowhere", target / "dangling");
-    EXPECT_EQ(move(source, target / "file"), "nothing");
-    EXPECT_EQ(move(source, target / "folder"), "nothing");
-    EXPECT_EQ(move(source, target / "link"), "nothing");
+    for (const char* taken : {"file", "folder", "link"}) {
+        EXPECT_EQ(move(source, target / taken), "nothing") << taken;
+    }
     EXPECT_EQ(move(source, target / "dangling"), "differs");
     EXPECT_EQ(readFile(target / "file"), bytesOf("old"));
     EXPECT_TRUE(fs::is_empty(target / "folder"));
     EXPECT_FALSE(fs::exists(target / "nowhere"));
-    EXPECT_EQ(entriesIn(target), 4u);
+    EXPECT_THAT(entries(), SizeIs(4));
 }
 
 TEST_F(Mover, SwallowsEveryFailureAndLeavesNothingBehind) {
     const fs::path font = folder.write("font.ttf", "font");
     ASSERT_EQ(::mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
     fs::create_symlink("self", folder.path() / "self");
-    EXPECT_EQ(move(folder.path() / "missing", target / "x"), failedWith(ENOENT));
-    EXPECT_EQ(move(folder.path() / "fifo", target / "x"), failedWith(EOPNOTSUPP));
-    EXPECT_EQ(move(folder.path(), target / "x"), failedWith(EISDIR));
-    EXPECT_EQ(move("/dev/zero", target / "x"), failedWith(EOPNOTSUPP));
-    EXPECT_EQ(move(folder.path() / "self", target / "x"), failedWith(ELOOP));
-    EXPECT_EQ(move(font, target / "missing" / "x"), "no-folder");
-    EXPECT_EQ(move(font, font / "x"), "no-folder") << "a file is no folder";
-    EXPECT_EQ(move(font, target / std::string(256, 'n')), failedWith(ENAMETOOLONG));
-    EXPECT_EQ(move(font, folder.path() / "self" / "x"), failedWith(ELOOP));
-    EXPECT_EQ(entriesIn(target), 0u);
+    const struct {
+        fs::path source;
+        fs::path destination;
+        std::string outcome;
+    } kCases[] = {{folder.path() / "missing", target / "x", failedWith(ENOENT)},
+                  {folder.path() / "fifo", target / "x", failedWith(EOPNOTSUPP)},
+                  {folder.path(), target / "x", failedWith(EISDIR)},
+                  {"/dev/zero", target / "x", failedWith(EOPNOTSUPP)},
+                  {folder.path() / "self", target / "x", failedWith(ELOOP)},
+                  {font, target / "missing" / "x", "no-folder"},
+                  {font, font / "x", "no-folder"},  // a file is no folder
+                  {font, target / std::string(256, 'n'), failedWith(ENAMETOOLONG)},
+                  {font, folder.path() / "self" / "x", failedWith(ELOOP)}};
+    for (const auto& c : kCases) {
+        EXPECT_EQ(move(c.source, c.destination), c.outcome) << c.source << " " << c.destination;
+    }
+    EXPECT_THAT(entries(), IsEmpty());
 }
 
 TEST_F(Mover, LongNamesNeedNoRoomForATemporaryOne) {
@@ -154,12 +128,12 @@ TEST_F(Mover, FailsInAFolderThatCannotBeWritten) {
     fs::permissions(folder.path(), fs::add_perms | fs::others_read | fs::others_exe);
     fs::permissions(font, fs::add_perms | fs::others_read);
     fs::permissions(target, fs::owner_read | fs::owner_exe | fs::others_read | fs::others_exe);
-    EXPECT_EQ(runInChild([&] {
-                  dropPrivileges();
-                  return move(font, target / "x") == failedWith(EACCES) ? 0 : 1;
-              }),
-              0);
-    EXPECT_EQ(entriesIn(target), 0u);
+    const int status = runInChild([&] {
+        dropPrivileges();
+        return move(font, target / "x") == failedWith(EACCES) ? 0 : 1;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_THAT(entries(), IsEmpty());
 }
 
 TEST_F(Mover, AFullDiskLeavesNothingBehind) {
@@ -168,7 +142,7 @@ TEST_F(Mover, AFullDiskLeavesNothingBehind) {
         if (!mountSmallFileSystem(target.c_str(), 64 * 1024)) {
             return 77;
         }
-        if (move(font, target / "x") != failedWith(ENOSPC) || entriesIn(target) != 0) {
+        if (move(font, target / "x") != failedWith(ENOSPC) || !entries().empty()) {
             return 1;
         }
         // Nothing holds on to the space.
@@ -190,7 +164,7 @@ TEST_F(Mover, ALimitOnFileSizesLeavesNothingBehind) {
                   return move(font, target / "x") == failedWith(EFBIG) ? 0 : 1;
               }),
               0);
-    EXPECT_EQ(entriesIn(target), 0u);
+    EXPECT_THAT(entries(), IsEmpty());
 }
 
 TEST_F(Mover, AFileThatChangesWhileItIsCopiedIsNotPublished) {
@@ -213,7 +187,7 @@ TEST_F(Mover, AFileThatChangesWhileItIsCopiedIsNotPublished) {
     ended = true;
     writer.join();
     EXPECT_EQ(outcome, failedWith(EIO));
-    EXPECT_EQ(entriesIn(target), 0u);
+    EXPECT_THAT(entries(), IsEmpty());
 }
 
 TEST_F(Mover, KilledInMidCopyLeavesNoHalfFont) {
@@ -245,26 +219,26 @@ TEST_F(Mover, KilledInMidCopyLeavesNoHalfFont) {
     ::kill(child, SIGKILL);
     EXPECT_EQ(waitForChild(child), 128 + SIGKILL) << "the copy ended before it could be killed";
     EXPECT_FALSE(fs::exists(target / "copy.ttf"));
-    for (const fs::directory_entry& entry : fs::directory_iterator(target)) {
-        EXPECT_EQ(entry.path().extension(), ".part");
+    for (const std::string& name : entries()) {
+        EXPECT_TRUE(name.ends_with(".part")) << name;
     }
 }
 
 TEST_F(Mover, ForksKeptOutsideTheFileTravel) {
     const fs::path suitcase = folder.write("Suitcase", "");
-    writeSidecar("._Suitcase", suitcaseFork(1));
+    folder.write("._Suitcase", sidecar("FFIL", 1));
     ASSERT_EQ(move(suitcase, target / "Other Name"), "copied");
     EXPECT_EQ(fs::file_size(target / "Other Name"), 0u);
     EXPECT_EQ(readFile(target / "._Other Name"), readFile(folder.path() / "._Suitcase"));
     ForkLocator locator;
     EXPECT_EQ(locator.finderInfo(target / "Other Name").info.type(), fourCharCode("FFIL"));
     EXPECT_EQ(*locator.resourceFork(target / "Other Name").bytes, suitcaseFork(1));
-    EXPECT_EQ(entriesIn(target), 2u);
+    EXPECT_THAT(entries(), SizeIs(2));
 }
 
 TEST_F(Mover, ASidecarIsNeverOverwrittenEither) {
     const fs::path suitcase = folder.write("Suitcase", "");
-    writeSidecar("._Suitcase", suitcaseFork(1));
+    folder.write("._Suitcase", sidecar("FFIL", 1));
 
     folder.write("target/._Suitcase", "somebody else's");
     EXPECT_EQ(move(suitcase, target / "Suitcase"), "differs");
@@ -288,27 +262,30 @@ TEST_F(Mover, ASidecarIsNeverOverwrittenEither) {
 
 TEST_F(Mover, SameMeansBothForks) {
     const auto compare = [this](const std::string& a, const std::string& b) {
-        return textOf(mover.compare(folder.path() / a, folder.path() / b));
+        const CopyResult result = mover.compare(folder.path() / a, folder.path() / b);
+        return outcomeText(result.outcome, result.error);
     };
-    folder.write("a/font", "data");
-    folder.write("b/font", "data");
-    folder.write("c/font", "dat");
-    folder.write("d/font", "dato");
-    writeSidecar("e/._font", suitcaseFork(1));
-    folder.write("e/font", "data");
-    writeSidecar("f/._font", suitcaseFork(1), fourCharCode("tfil"));
-    folder.write("f/font", "data");
-    writeSidecar("g/._font", suitcaseFork(2));
-    folder.write("g/font", "data");
+    const struct {
+        std::string folder;
+        const char* data;
+        const char* type;  // null: no sidecar
+        std::uint8_t fork;
+    } kFonts[] = {{"a", "data", nullptr, 0}, {"b", "data", nullptr, 0}, {"c", "dat", nullptr, 0},
+                  {"d", "dato", nullptr, 0}, {"e", "data", "FFIL", 1},  {"f", "data", "tfil", 1},
+                  {"g", "data", "FFIL", 2}};
+    for (const auto& font : kFonts) {
+        folder.write(font.folder + "/font", font.data);
+        if (font.type != nullptr) {
+            folder.write(font.folder + "/._font", sidecar(font.type, font.fork));
+        }
+    }
     EXPECT_EQ(compare("a/font", "b/font"), "same");
     EXPECT_EQ(compare("a/font", "a/font"), "same");
-    EXPECT_EQ(compare("a/font", "c/font"), "differs");
-    EXPECT_EQ(compare("a/font", "d/font"), "differs");
-    EXPECT_EQ(compare("a/font", "e/font"), "differs");
     EXPECT_EQ(compare("e/font", "f/font"), "same");
+    for (const char* other : {"c/font", "d/font", "e/font", "b", "missing"}) {
+        EXPECT_EQ(compare("a/font", other), "differs") << other;
+    }
     EXPECT_EQ(compare("e/font", "g/font"), "differs");
-    EXPECT_EQ(compare("a/font", "b"), "differs");
-    EXPECT_EQ(compare("a/font", "missing"), "differs");
     EXPECT_EQ(compare("missing", "a/font"), failedWith(ENOENT));
 
     // The last byte of several pieces.
@@ -329,7 +306,7 @@ TEST_F(Mover, ConfinedCopiesDoNotLeaveTheirFolder) {
     EXPECT_EQ(move(font, target / "out" / "x"), "refused");
     EXPECT_EQ(move(font, folder.path() / "outside" / "x"), "refused");
     EXPECT_EQ(move(font, target / ".." / "outside" / "x"), "refused");
-    EXPECT_EQ(entriesIn(folder.path() / "outside"), 0u);
+    EXPECT_TRUE(fs::is_empty(folder.path() / "outside"));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "OxFontSuitcaseMover.h"
 
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <boost/smart_ptr/make_shared.hpp>
@@ -8,11 +7,9 @@
 #include "MacFontBuilder.h"
 #include "OxParserSuitcaseImp.h"
 #include "ResourceForkBuilder.h"
-#include "Support.h"
+#include "UnitTest.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
 
 // Notes which operation a record comes to.
 class Dispatch : public OxFontSuitcaseMover {
@@ -36,14 +33,23 @@ TEST(SuitcaseMover, TellsByTheTypeHowARecordIsPlaced) {
         mover.Move(font);
         return mover.called;
     };
-    for (const int type : {OxFont::T1, OxFont::TT, OxFont::Bi, OxFont::DF}) {
-        EXPECT_EQ(placed(type, true), "suitcase") << type;
-        EXPECT_EQ(placed(type, false), "font") << type;
+    for (const auto& [type, text] : OxFont::_fontType) {
+        const bool inResources =
+            type == OxFont::T1 || type == OxFont::TT || type == OxFont::Bi || type == OxFont::DF;
+        const std::string other = type == OxFont::TTC ? "collection" : "font";
+        EXPECT_EQ(placed(type, false), other) << type;
+        EXPECT_EQ(placed(type, true), inResources ? "suitcase" : other) << type;
     }
-    EXPECT_EQ(placed(OxFont::TTC, false), "collection");
-    for (const int type : {OxFont::TTF, OxFont::OTPS, OxFont::PFB, OxFont::notSure}) {
-        EXPECT_EQ(placed(type, false), "font") << type;
-    }
+    boost::shared_ptr<OxFont> none;
+    OxFontSuitcaseMover mover;
+    mover.Move(none);
+    mover.MoveFont(none);
+    mover.MoveSuitcase(none);
+    EXPECT_FALSE(mover.lastCopy());
+    auto nameless = boost::make_shared<OxFont>();
+    nameless->setSourceFile("/font");
+    mover.MoveSuitcase(nameless);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::NoFile);
 }
 
 TEST(SuitcaseMover, CopiesTheRecordsFileIntoItsFolder) {
@@ -81,103 +87,88 @@ class SuitcaseMove : public testing::Test {
         family.entries.push_back({0, 0, 2000});
         FondBuilder other = FondBuilder::helvetica({9, 0, 3000});
         other.names.front() = "Other";
-        ResourceForkBuilder fork;
-        fork.add("FOND", 128, family.build(), "Helvetica");
-        fork.add("FOND", 129, other.build(), "Other");
-        fork.add("NFNT", 1000, strike());
-        fork.add("FONT", 1001, strike(400));
-        fork.add("NFNT", 3000, strike(500));
-        fork.add("sfnt", 2000, outline());
+        const auto fork = ResourceForkBuilder()
+                              .add("FOND", 128, family, "Helvetica")
+                              .add("FOND", 129, other, "Other")
+                              .add("NFNT", 1000, strike())
+                              .add("FONT", 1001, strike(400))
+                              .add("NFNT", 3000, strike(500))
+                              .add("sfnt", 2000, outline());
         suitcase = source.write("Helvetica", Bytes());
-        source.write("._Helvetica", appleDouble("FFIL", "DMOV", fork.build()));
+        source.write("._Helvetica", appleDouble("FFIL", "DMOV", fork));
+        const FontList fonts = parse(suitcase);
+        ASSERT_FALSE(fonts.empty());
+        font = boost::make_shared<OxFont>(fonts.front());
     }
-    std::vector<boost::shared_ptr<OxFont>> records(const fs::path& file) {
+    static FontList parse(const fs::path& file) {
         OxParserSuitcaseImp parser;
         EXPECT_TRUE(parser.inspectFont(file));
-        const std::unique_ptr<boost::ptr_vector<OxFont>> list(parser.parseFontFile(file));
-        std::vector<boost::shared_ptr<OxFont>> fonts;
-        for (const OxFont& font : *list) {
-            fonts.push_back(boost::make_shared<OxFont>(font));
-        }
-        return fonts;
+        return taken(parser.parseFontFile(file));
     }
-    boost::shared_ptr<OxFont> bitmapRecord() {
-        const auto fonts = records(suitcase);
-        return fonts.empty() ? nullptr : fonts.front();
+    // Moves the bitmap record.
+    CopyOutcome move() {
+        mover.Move(font);
+        EXPECT_TRUE(mover.lastCopy());
+        return mover.lastCopy()->outcome;
     }
+    fs::path writtenFolder() const { return target.path() / font->getGeneratedSuitcaseFolder(); }
+    fs::path written() const { return writtenFolder() / font->getGeneratedSuitcaseName(); }
 
     TemporaryFolder source;
     TemporaryFolder target;
     fs::path suitcase;
     OxFontSuitcaseMover mover{fs::path(), target.path()};
+    boost::shared_ptr<OxFont> font;
 };
 
 TEST_F(SuitcaseMove, WritesTheFamilyWithItsStrikesAndOutlines) {
-    auto font = bitmapRecord();
-    ASSERT_TRUE(font);
     ASSERT_EQ(font->getFontType(), OxFont::T1);
-    mover.Move(font);
-    ASSERT_TRUE(mover.lastCopy());
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Copied);
-    const fs::path written =
-        target.path() / font->getGeneratedSuitcaseFolder() / font->getGeneratedSuitcaseName();
-    ASSERT_TRUE(fs::is_regular_file(written));
+    EXPECT_EQ(move(), CopyOutcome::Copied);
+    ASSERT_TRUE(fs::is_regular_file(written()));
 
     // The same records but for where they are; the other family is not among them.
-    const auto before = records(suitcase);
-    const auto after = records(written);
+    const FontList before = parse(suitcase);
+    const FontList after = parse(written());
     ASSERT_EQ(after.size() + 1, before.size());
     for (std::size_t i = 0; i < after.size(); ++i) {
-        auto expected = before[i]->attributes();
-        expected[eFontFilePath] = written.parent_path().string();
-        expected[eFileName] = written.filename().string();
-        EXPECT_EQ(after[i]->attributes(), expected);
-        EXPECT_EQ(after[i]->resources(), before[i]->resources());
-        EXPECT_EQ(diagnosticLines(*after[i]), diagnosticLines(*before[i]));
+        Attributes expected = before[i].attributes();
+        expected[eFontFilePath] = writtenFolder().string();
+        expected[eFileName] = written().filename().string();
+        EXPECT_EQ(after[i].attributes(), expected);
+        EXPECT_EQ(after[i].resources(), before[i].resources());
+        EXPECT_EQ(problems(after[i]), problems(before[i]));
     }
 }
 
 TEST_F(SuitcaseMove, NeverOverwritesAndTellsSameFromDiffers) {
-    auto font = bitmapRecord();
-    ASSERT_TRUE(font);
-    mover.Move(font);
-    const fs::path written =
-        target.path() / font->getGeneratedSuitcaseFolder() / font->getGeneratedSuitcaseName();
-    const Bytes first = readFile(written);
-    mover.Move(font);
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Same);
-    EXPECT_EQ(readFile(written), first);
-    fs::remove(written);
-    target.write((written.parent_path().filename() / written.filename()).string(), "mine");
-    mover.Move(font);
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Differs);
-    EXPECT_EQ(readFile(written), bytesOf("mine"));
+    move();
+    const Bytes first = readFile(written());
+    EXPECT_EQ(move(), CopyOutcome::Same);
+    EXPECT_EQ(readFile(written()), first);
+    fs::remove(written());
+    target.write(written().lexically_relative(target.path()).string(), "mine");
+    EXPECT_EQ(move(), CopyOutcome::Differs);
+    EXPECT_EQ(readFile(written()), bytesOf("mine"));
 }
 
 TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
-    auto font = bitmapRecord();
-    ASSERT_TRUE(font);
-    ASSERT_EQ(font->printerFontPaths.size(), 1u);
-    source.write(font->printerFontPaths[0].filename().string(), "printer font");
-    mover.Move(font);
-    const fs::path folder = target.path() / font->getGeneratedSuitcaseFolder();
-    EXPECT_EQ(readFile(folder / font->printerFontPaths[0].filename()), bytesOf("printer font"));
+    ASSERT_THAT(font->printerFontPaths, SizeIs(1));
+    const fs::path name = font->printerFontPaths[0].filename();
+    source.write(name.string(), "printer font");
+    move();
+    EXPECT_EQ(readFile(writtenFolder() / name), bytesOf("printer font"));
 
     font->setAttribute(ePostscriptname, "Elsewhere");
     fs::remove(source.path() / "._Helvetica");
-    mover.Move(font);
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Failed);
-    EXPECT_FALSE(fs::exists(folder / "Elsewhere"));
-    for (const char* name : {"../../x", "a/b", "..", "."}) {
-        font->setAttribute(ePostscriptname, name);
-        mover.Move(font);
-        EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Refused) << name;
+    EXPECT_EQ(move(), CopyOutcome::Failed);
+    EXPECT_FALSE(fs::exists(writtenFolder() / "Elsewhere"));
+    for (const char* hostile : {"../../x", "a/b", "..", "."}) {
+        font->setAttribute(ePostscriptname, hostile);
+        EXPECT_EQ(move(), CopyOutcome::Refused) << hostile;
     }
 }
 
 TEST_F(SuitcaseMove, PutsPrinterFontsBesideTheSuitcaseWhateverTheFoundryIsCalled) {
-    auto font = bitmapRecord();
-    ASSERT_TRUE(font);
     const fs::path name = font->printerFontPaths.at(0).filename();
     source.write(name.string(), "printer font");
     const TemporaryFolder elsewhere;
@@ -185,9 +176,7 @@ TEST_F(SuitcaseMove, PutsPrinterFontsBesideTheSuitcaseWhateverTheFoundryIsCalled
     fs::create_directory_symlink(elsewhere.path() / "inner", target.path() / "link");
     // Not through setAttribute, which would look for a foundry in the text.
     font->setPrinterFontAttributes({{eFoundry, "link/.."}});
-    mover.Move(font);
-    ASSERT_TRUE(mover.lastCopy());
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Copied);
+    EXPECT_EQ(move(), CopyOutcome::Copied);
     EXPECT_TRUE(fs::exists(target.path() / font->getGeneratedSuitcaseName()));
     EXPECT_EQ(readFile(target.path() / name), bytesOf("printer font"));
     EXPECT_FALSE(fs::exists(elsewhere.path() / name));
@@ -201,7 +190,7 @@ TEST_F(SuitcaseMove, TakesLittleMemoryForManyResourcesOfTheSameBytes) {
     for (int i = 0; i < kOutlines; ++i) {
         family.entries.push_back({0, 0, 2000 + i});
     }
-    fork.add("FOND", 128, family.build());
+    fork.add("FOND", 128, family);
     for (int i = 0; i < kOutlines; ++i) {
         fork.add("sfnt", 2000 + i, Bytes(i == 0 ? kSize : 0));
     }
@@ -210,7 +199,7 @@ TEST_F(SuitcaseMove, TakesLittleMemoryForManyResourcesOfTheSameBytes) {
         const std::uint32_t place = get32(bytes, fork.referenceAt(1) + 4);
         patch(bytes, fork.referenceAt(1 + i) + 4, 4, place);
     }
-    auto font = boost::make_shared<OxFont>();
+    font = boost::make_shared<OxFont>();
     font->setFontType(OxFont::TT);
     font->addResource(0x464F4E44, 128);
     font->setAttribute(ePostscriptname, "Many");
@@ -221,9 +210,7 @@ TEST_F(SuitcaseMove, TakesLittleMemoryForManyResourcesOfTheSameBytes) {
         return usage.ru_maxrss;
     };
     const long before = peak();
-    mover.Move(font);
-    ASSERT_TRUE(mover.lastCopy());
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::Failed);
+    EXPECT_EQ(move(), CopyOutcome::Failed);
     EXPECT_LT(peak() - before, 400 * 1024);  // KiB; copies of all take 1000 MiB
 }
 

@@ -1,33 +1,22 @@
 // Host and pipeline on different threads; the suite that thread checkers run.
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <boost/thread/thread.hpp>
 #include <chrono>
 #include <cstdlib>
 #include <future>
 #include <locale>
-#include <memory>
 #include <random>
-#include <string>
 #include <thread>
 
 #include "FontFoundryList.h"
-#include "OxParser.h"
-#include "ScanHost.h"
+#include "ScanTest.h"
 #include "SfntBuilder.h"
-#include "Support.h"
 #include "Type1Builder.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
-using testing::ElementsAre;
-using testing::SizeIs;
 
 // Debug builds and those with sanitizers take too long for the full numbers.
 #ifdef NDEBUG
@@ -36,24 +25,7 @@ constexpr bool kThorough = true;
 constexpr bool kThorough = false;
 #endif
 
-const fs::path kNoList = "/nonexistent/list";
-
-class ConcurrencyPipeline : public testing::Test {
-  protected:
-    void writeFiles(int count) const {
-        for (int i = 0; i < count; ++i) {
-            folder.write(std::to_string(i) + ".tst", "");
-        }
-    }
-    std::unique_ptr<OxParser> coordinator(
-        const ScriptedParser::Parse& parse = ScriptedParser::oneRecord) const {
-        auto parser = std::make_unique<OxParser>(folder.path(), kNoList, kNoList);
-        parser->addParserImp(new ScriptedParser(parse));
-        return parser;
-    }
-
-    TemporaryFolder folder;
-};
+class ConcurrencyPipeline : public ScanTest {};
 
 TEST_F(ConcurrencyPipeline, DestroyAfterCompletion) {
     writeFiles(2);
@@ -186,12 +158,9 @@ TEST_F(ConcurrencyPipeline, AHostMayChangeTheGlobalLocaleWhileAScanRuns) {
         std::vector<std::string> records;
         parser.fontProgressCallbacks.push_back(
             [&](int, int, const boost::shared_ptr<OxFont>& font) {
-                std::string record;
+                std::string record = problems(*font);
                 for (const auto& [key, value] : font->attributes()) {
-                    record += key + "=" + value + "\n";
-                }
-                for (const std::string& line : diagnosticLines(*font)) {
-                    record += line + "\n";
+                    record += "\n" + key + "=" + value;
                 }
                 records.push_back(record);
             });
@@ -256,14 +225,13 @@ TEST_F(ConcurrencyPipeline, HostsOfEveryKindGetTheirCompletion) {
                 }
             });
         parser->fontCompletionCallbacks.push_back([&](bool) { completed = true; });
-        if (empty == 0) {
-            parser->fileProgressCallbacks.emplace_back();
-        } else if (empty == 1) {
-            parser->fontProgressCallbacks.emplace_back();
-        } else if (empty == 2) {
-            parser->fileCompletionCallbacks.emplace_back();
-        } else if (empty == 3) {
-            parser->fontCompletionCallbacks.emplace_back();
+        const std::function<void()> addEmptyCallbacks[] = {
+            [&] { parser->fileProgressCallbacks.emplace_back(); },
+            [&] { parser->fontProgressCallbacks.emplace_back(); },
+            [&] { parser->fileCompletionCallbacks.emplace_back(); },
+            [&] { parser->fontCompletionCallbacks.emplace_back(); }};
+        if (empty < std::size(addEmptyCallbacks)) {
+            addEmptyCallbacks[empty]();
         }
         const bool cancels = random() % 2 == 0;
         const auto delay = std::chrono::microseconds(random() % 1500);

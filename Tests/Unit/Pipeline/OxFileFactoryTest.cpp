@@ -1,66 +1,44 @@
 #include "OxFileFactory.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <future>
-#include <memory>
-#include <thread>
 
 #include "ChildProcess.h"
 #include "LogRecorder.h"
-#include "ScanHost.h"
-#include "Support.h"
+#include "ScanTest.h"
 
 namespace {
-
-namespace fs = boost::filesystem;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::UnorderedElementsAre;
 
 class Walk : public testing::Test {
   protected:
     // The files that the walk finds, relative to the folder, in the order of the parsers.
-    std::vector<std::string> walked(const std::vector<fs::path>& sources, bool tolerant = false) {
-        std::queue<fs::path> queue;
-        for (const fs::path& source : sources) {
-            queue.push(source);
-        }
-        std::vector<std::string> files;
-        OxParser parser(queue, "/nonexistent", "/nonexistent");
+    Lines walked(const std::deque<fs::path>& sources, bool tolerant = false) {
+        Lines files;
+        OxParser parser(std::queue<fs::path>(sources), kNoList, kNoList);
         parser.setTolerantWalk(tolerant);
         ScanHost host(parser);
         // The parsers of fonts are asked before this one, but take none of these names.
-        parser.addParserImp(new ScriptedParser(
-            [](const fs::path&) -> boost::ptr_vector<OxFont>* { return nullptr; },
-            [&](const fs::path& file) {
-                files.push_back(file.lexically_relative(folder.path()).string());
-                return true;
-            }));
+        parser.addParserImp(
+            new ScriptedParser([](const fs::path&) -> FontList* { return nullptr; },
+                               [&](const fs::path& file) {
+                                   files.push_back(file.lexically_relative(folder.path()).string());
+                                   return true;
+                               }));
         host.run();
         walkErrors = host.walkErrors;
         EXPECT_EQ(host.found.size(), files.size());
         EXPECT_EQ(parser.totalFiles(), static_cast<int>(files.size()));
         return files;
     }
-    std::vector<std::string> walked(bool tolerant = false) {
-        return walked({folder.path()}, tolerant);
-    }
+    Lines walked(bool tolerant = false) { return walked({folder.path()}, tolerant); }
     void link(const std::string& target, const std::string& name) {
         fs::create_symlink(target, folder.path() / name);
     }
 
     TemporaryFolder folder;
-    std::vector<std::string> walkErrors;
+    Lines walkErrors;
 };
-
-Bytes appleDoubleMagic() {
-    return {0x00, 0x05, 0x16, 0x07, 0x00, 0x02, 0x00, 0x00};
-}
 
 TEST_F(Walk, ProducesASingleFileAndNothingForAMissingSource) {
     const fs::path file = folder.write("one.x", "");
@@ -104,8 +82,8 @@ TEST_F(Walk, StopsAtWhatCannotBeReadUnlessItIsTolerant) {
     link("loop", "2");  // each leads to the other: no status to be had
     link("2", "loop");
     folder.write("3/c.x", "");
-    const std::vector<fs::path> sources = {folder.path() / "1", folder.path() / "2",
-                                           folder.path() / "3"};
+    const std::deque<fs::path> sources = {folder.path() / "1", folder.path() / "2",
+                                          folder.path() / "3"};
     {
         const LogRecorder log;
         EXPECT_THAT(walked(sources), ElementsAre("1/a.x"));
@@ -124,7 +102,7 @@ TEST_F(Walk, ATolerantWalkNamesTheEntriesAndFoldersThatItCannotRead) {
     fs::permissions(folder.path() / "closed", fs::no_perms);
     const int status = runInChild([&] {
         dropPrivileges();
-        const std::vector<std::string> files = walked(true);
+        const Lines files = walked(true);
         std::sort(walkErrors.begin(), walkErrors.end());
         return files.size() == 2 && walkErrors.size() == 2 &&
                        walkErrors[0] == "closed: " + std::to_string(EACCES) &&
@@ -150,18 +128,14 @@ TEST_F(Walk, ATolerantWalkDoesNotEnterAFolderWithinItself) {
 }
 
 TEST_F(Walk, ATolerantWalkLeavesOutSidecarsAndNothingElse) {
-    folder.write("A.x", "");
-    folder.write("._A.x", appleDoubleMagic());
-    folder.write("%A.x", appleDoubleMagic());
-    folder.write("._orphan", appleDoubleMagic());
-    folder.write("B", "");
+    const Bytes magic = {0x00, 0x05, 0x16, 0x07, 0x00, 0x02, 0x00, 0x00};
+    for (const char* sidecar : {"._A.x", "%A.x", "._orphan"}) {
+        folder.write(sidecar, magic);
+    }
     folder.write("._B", "a user's own file");
-    folder.write("%B", "");
-    folder.write("._", "");
-    folder.write("%", "");
-    folder.write(".DS_Store", "");
-    folder.write("FINDER.DAT", "");
-    folder.write("my.rsrc/x", "");
+    for (const char* name : {"A.x", "B", "%B", "._", "%", ".DS_Store", "FINDER.DAT", "my.rsrc/x"}) {
+        folder.write(name, "");
+    }
     const char* const sidecarFolders[] = {
         ".AppleDouble",  ".resource", ".finderinfo",  ".rsrc",        ".finf",        ".HSResource",
         ".AppleDesktop", "__MACOSX",  "resource.frk", "RESOURCE.FRK", ".appledouble", "__macosx"};
@@ -178,27 +152,19 @@ TEST_F(Walk, ACancelledTolerantWalkStops) {
     for (int i = 0; i < 50; ++i) {
         folder.write("f" + std::to_string(i % 5) + "/" + std::to_string(i), "");
     }
-    OxParser parser(folder.path(), "/nonexistent", "/nonexistent");
-    parser.setTolerantWalk(true);
-    ScanHost host(parser);
-    std::promise<void> walking;
-    std::promise<void> cancelled;
-    parser.fileProgressCallbacks.push_back([&](int found, int, void*) {
-        if (found == 7) {
-            walking.set_value();
-            cancelled.get_future().wait();
-        }
-    });
-    std::thread canceller([&] {
-        walking.get_future().wait();
-        parser.cancel();
-        cancelled.set_value();
-    });
-    host.run();
-    canceller.join();
-    EXPECT_THAT(host.found, SizeIs(7));
-    EXPECT_THAT(host.fileCompletions, ElementsAre(true));
-    EXPECT_EQ(parser.totalFiles(), 7);
+    // Within a folder, and between two sources.
+    const std::pair<std::deque<fs::path>, int> kCases[] = {
+        {{folder.path()}, 7}, {{folder.write("one", ""), folder.path()}, 1}};
+    for (const auto& [sources, most] : kCases) {
+        OxParser parser(std::queue<fs::path>(sources), kNoList, kNoList);
+        parser.setTolerantWalk(true);
+        ScanHost host(parser);
+        host.cancelAt(most);
+        host.run();
+        EXPECT_THAT(host.found, SizeIs(most));
+        EXPECT_THAT(host.fileCompletions, ElementsAre(true));
+        EXPECT_EQ(parser.totalFiles(), most);
+    }
 }
 
 }  // namespace

@@ -1,51 +1,72 @@
 #include "OxParser.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <boost/function.hpp>
 #include <cstdlib>
 #include <fstream>
 #include <future>
-#include <memory>
 #include <stdexcept>
-#include <thread>
 
 #include "ChildProcess.h"
 #include "FontFoundryList.h"
 #include "LogRecorder.h"
-#include "ScanHost.h"
+#include "MacFontBuilder.h"
+#include "ScanTest.h"
 #include "SfntBuilder.h"
-#include "Support.h"
+#include "Type1Builder.h"
 
 namespace {
 
-namespace fs = boost::filesystem;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::SizeIs;
+class Pipeline : public ScanTest {};
 
-const fs::path kNoList = "/nonexistent/list";
-
-class Pipeline : public testing::Test {
-  protected:
-    // A coordinator over the folder, with a parser for its test files.
-    std::unique_ptr<OxParser> coordinator(
-        const ScriptedParser::Parse& parse = ScriptedParser::oneRecord) const {
-        auto parser = std::make_unique<OxParser>(folder.path(), kNoList, kNoList);
-        parser->addParserImp(new ScriptedParser(parse));
-        return parser;
-    }
-    void writeFiles(int count) const {
-        for (int i = 0; i < count; ++i) {
-            folder.write(std::to_string(i) + ".tst", "");
+TEST_F(Pipeline, CoordinatorsTakeTheirSourcesAndLists) {
+    std::queue<fs::path> sources;
+    sources.push("/a");
+    sources.push("/b");
+    const LogRecorder log;
+    OxParser none("/names", "/codes");
+    OxParser one("/a", "/names", "/codes");
+    OxParser two(sources, "/names", "/codes");
+    const std::pair<OxParser*, Lines> kCases[] = {
+        {&none, {}}, {&one, {"/a"}}, {&two, {"/a", "/b"}}};
+    for (const auto& [parser, expected] : kCases) {
+        Lines found;
+        for (fs::path next = parser->getNextPath(); !next.empty(); next = parser->getNextPath()) {
+            found.push_back(next.string());
         }
+        EXPECT_EQ(found, expected);
     }
+    const Lines logged = log.linesWith("foundyCodeListPath");
+    ASSERT_THAT(logged, SizeIs(6));
+    for (std::size_t i = 0; i < logged.size(); ++i) {
+        EXPECT_TRUE(logged[i].ends_with(i % 2 == 0 ? "  /codes" : "  /names")) << logged[i];
+    }
+}
 
-    TemporaryFolder folder;
-};
+TEST_F(Pipeline, FilesOfEveryFormatFindTheirParser) {
+    const auto sfnt = SfntBuilder::goodFont();
+    const auto fork = ResourceForkBuilder()
+                          .add("FOND", 1, FondBuilder::of({{0, 0, 2}}))
+                          .add("sfnt", 2, outline());
+    const struct {
+        const char* name;
+        Bytes bytes;
+        const char* type;
+    } kFiles[] = {{"a.ttf", sfnt, "TTF"},
+                  {"a.otf", sfnt, "OTPS"},
+                  {"a.ttc", SfntBuilder::collection({sfnt}), "TTC"},
+                  {"a.pfb", pfbFile(acmeType1Text()), "PFB"},
+                  {"a.pfm", PfmBuilder().bytes(), ""},
+                  {"a.dfont", fork, "TTF"},
+                  {"suitcase", macBinary(fork), "TTF"}};
+    OxParser parser(kNoList, kNoList);
+    for (const auto& file : kFiles) {
+        const FontList fonts = taken(parser.parseFile(folder.write(file.name, file.bytes)));
+        ASSERT_THAT(fonts, SizeIs(1)) << file.name;
+        EXPECT_EQ(fonts.front().getAttribute(eType), file.type) << file.name;
+    }
+    EXPECT_EQ(parser.parseFile(folder.write("a.txt", "text")), nullptr);
+}
 
 TEST_F(Pipeline, CountersTellHowFarTheScanIs) {
     writeFiles(3);
@@ -195,9 +216,8 @@ TEST_F(Pipeline, AThrowingFontCallbackLosesNoOtherRecord) {
 TEST_F(Pipeline, AThrowingParserLosesNoOtherFile) {
     writeFiles(6);
     const LogRecorder log;
-    OxParser parser(folder.path(), kNoList, kNoList);
-    parser.addParserImp(new ScriptedParser(
-        [](const fs::path& file) -> boost::ptr_vector<OxFont>* {
+    const auto parser = coordinator(
+        [](const fs::path& file) -> FontList* {
             if (file.filename() == "1.tst") {
                 throw std::runtime_error("a parser's trouble");
             }
@@ -207,40 +227,25 @@ TEST_F(Pipeline, AThrowingParserLosesNoOtherFile) {
             return ScriptedParser::oneRecord(file);
         },
         [](const fs::path& file) {
-            if (file.filename() == "3.tst") {
-                throw std::runtime_error("cannot look");
-            }
-            return ScriptedParser::takesTestFiles(file);
-        }));
-    ScanHost host(parser);
+            return file.filename() == "3.tst" ? throw std::runtime_error("cannot look")
+                                              : ScriptedParser::takesTestFiles(file);
+        });
+    ScanHost host(*parser);
     host.run();
-    EXPECT_THAT(host.fontNames(), testing::UnorderedElementsAre("0.tst", "4.tst", "5.tst"));
-    EXPECT_EQ(parser.filesParsed(), 6);
+    EXPECT_THAT(host.fontNames(), UnorderedElementsAre("0.tst", "4.tst", "5.tst"));
+    EXPECT_EQ(parser->filesParsed(), 6);
     EXPECT_THAT(log.linesWith("ERROR"),
-                testing::UnorderedElementsAre("OxFontFactory ERROR a parser's trouble",
-                                              "OxFontFactory ERROR Unknown exception",
-                                              "OxFontFactory ERROR cannot look"));
+                UnorderedElementsAre("OxFontFactory ERROR a parser's trouble",
+                                     "OxFontFactory ERROR Unknown exception",
+                                     "OxFontFactory ERROR cannot look"));
 }
 
 TEST_F(Pipeline, CancelDuringTheWalkDropsEverythingAndOnlyTheWalkSaysSo) {
     writeFiles(20);
     const auto parser = coordinator();
     ScanHost host(*parser);
-    std::promise<void> walking;
-    std::promise<void> cancelled;
-    parser->fileProgressCallbacks.push_back([&](int found, int, void*) {
-        if (found == 3) {
-            walking.set_value();
-            cancelled.get_future().wait();
-        }
-    });
-    std::thread canceller([&] {
-        walking.get_future().wait();
-        parser->cancel();
-        cancelled.set_value();
-    });
+    host.cancelAt(3);
     host.run();
-    canceller.join();
     EXPECT_THAT(host.found, SizeIs(20)) << "the described walk goes on";
     EXPECT_THAT(host.fileCompletions, ElementsAre(true));
     EXPECT_THAT(host.fonts, IsEmpty());
@@ -320,21 +325,19 @@ TEST_F(Pipeline, LogsUnderTheClassesOwnCategories) {
     OxParser parser(file, folder.path() / "names", folder.path() / "codes");
     ScanHost host(parser);
     host.run();
-    std::vector<std::string> expected = {
+    const Lines expected = {
         "OxParser INFO OxParser::initialize:",
         "OxParser INFO foundyCodeListPath:  " + (folder.path() / "codes").string(),
         "OxParser INFO foundyCodeListPath:  " + (folder.path() / "names").string(),
         "OxFileFactory INFO File Produced:  " + file.string(),
         "OxParserTrueTypeImp INFO parseFontFile:  ",
-        "OxParserTrueTypeImp INFO Parsing:  " + file.string(),
-    };
-    const std::vector<std::string> lines = log.lines();
-    ASSERT_GT(lines.size(), expected.size());
-    EXPECT_EQ(std::vector<std::string>(lines.begin(), lines.begin() + 6), expected);
-    EXPECT_THAT(log.linesWith("parsing cmap"),
-                ElementsAre("OxParserTrueTypeImp INFO parsing cmap"));
-    EXPECT_THAT(log.linesWith("parsing os/2"),
-                ElementsAre("OxParserTrueTypeImp INFO parsing os/2"));
+        "OxParserTrueTypeImp INFO Parsing:  " + file.string()};
+    Lines lines = log.lines();
+    lines.resize(6);
+    EXPECT_EQ(lines, expected);
+    for (const std::string line : {"parsing cmap", "parsing os/2"}) {
+        EXPECT_THAT(log.linesWith(line), ElementsAre("OxParserTrueTypeImp INFO " + line));
+    }
     EXPECT_THAT(log.linesWith("ERROR"), IsEmpty());
 }
 

@@ -1,13 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <array>
 #include <fstream>
 #include <set>
 
 #include "FontFoundryList.h"
 #include "FoundryName.h"
-#include "Support.h"
+#include "UnitTest.h"
 
 namespace {
 

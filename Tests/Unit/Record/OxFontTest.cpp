@@ -1,8 +1,7 @@
 #include "OxFont.h"
 
-#include <gtest/gtest.h>
-
 #include "OxFontComparer.h"
+#include "UnitTest.h"
 
 namespace {
 

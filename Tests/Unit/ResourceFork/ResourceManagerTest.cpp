@@ -1,22 +1,33 @@
 #include "ResourceManager.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <boost/thread/thread.hpp>
 
 #include "ResourceForkBuilder.h"
-
-namespace fs = boost::filesystem;
+#include "UnitTest.h"
 
 namespace {
 
 const ResType kFond = code("FOND");
 const ResType kSfnt = code("sfnt");
+constexpr std::int8_t kWriteOnly = 2;
 
 std::string text(Handle handle) {
     return std::string(handleBytes(handle).text());
+}
+
+// A fork with one family of that text.
+Bytes forkOf(std::string_view text) {
+    return ResourceForkBuilder().add("FOND", 1, bytesOf(text));
+}
+
+// The status that the call leaves.
+template <typename... Parameters, typename... Arguments>
+std::int16_t after(void (*function)(Parameters...), Arguments... arguments) {
+    function(static_cast<Parameters>(arguments)...);
+    return ResError();
 }
 
 class ResourceManagerTest : public testing::Test {
@@ -61,14 +72,12 @@ class ResourceManagerTest : public testing::Test {
 };
 
 TEST_F(ResourceManagerTest, GetsResourcesOfTheCurrentFileOnly) {
-    const auto first = openDfont("a.dfont", ResourceForkBuilder()
-                                                .add("FOND", 1, bytesOf("one"), "One")
-                                                .add("FOND", 2, bytesOf("two"))
-                                                .build());
-    const auto second = openDfont("b.dfont", ResourceForkBuilder()
-                                                 .add("FOND", 3, bytesOf("three"))
-                                                 .add("sfnt", 1, bytesOf("outline"))
-                                                 .build());
+    const auto first = openDfont(
+        "a.dfont",
+        ResourceForkBuilder().add("FOND", 1, bytesOf("one"), "One").add("FOND", 2, bytesOf("two")));
+    const auto second = openDfont(
+        "b.dfont",
+        ResourceForkBuilder().add("FOND", 3, bytesOf("three")).add("sfnt", 1, bytesOf("outline")));
     ASSERT_GT(first, 0);
     ASSERT_GT(second, 0);
     EXPECT_EQ(Count1Resources(kFond), 1);
@@ -98,15 +107,15 @@ TEST_F(ResourceManagerTest, EveryCallSetsTheStatusAnew) {
         EXPECT_EQ(ResError(), noErr);  // but the next call does
     };
     check(Get1Resource(kFond, 9), resNotFound);
+    check(Get1Resource(kFond, 3), resNotFound);
     check(Get1Resource(kSfnt, 1), noErr);  // a type that the file does not hold at all
     EXPECT_EQ(Get1Resource(kSfnt, 1), nullptr);
     check(Get1IndResource(kSfnt, 1), resNotFound);
-    check(Get1IndResource(kFond, 0), resNotFound);
-    check(Get1IndResource(kFond, -1), resNotFound);
-    check(Get1IndResource(kFond, 4), resNotFound);
-    check(Get1IndResource(kFond, 2), CantDecompress);
-    check(Get1Resource(kFond, 3), resNotFound);
-    check(Get1IndResource(kFond, 1), noErr);
+    const std::pair<std::int16_t, std::int16_t> kIndexes[] = {
+        {-1, resNotFound}, {0, resNotFound}, {1, noErr}, {2, CantDecompress}, {4, resNotFound}};
+    for (const auto& [index, status] : kIndexes) {
+        check(Get1IndResource(kFond, index), status);
+    }
     EXPECT_EQ(Count1Resources(kSfnt), 0);
     EXPECT_EQ(ResError(), noErr);
 }
@@ -114,19 +123,16 @@ TEST_F(ResourceManagerTest, EveryCallSetsTheStatusAnew) {
 TEST_F(ResourceManagerTest, TellsIdTypeNameAndSizeOfAResource) {
     openDfont("a.dfont", ResourceForkBuilder()
                              .add("FOND", -7, bytesOf("data"), std::string(255, 'n'))
-                             .add("FOND", 8, {})
-                             .build());
+                             .add("FOND", 8, {}));
     std::int16_t id = 0;
     ResType type = 0;
     Str255 name;
     Handle handle = Get1IndResource(kFond, 1);
-    GetResInfo(handle, &id, &type, name);
-    EXPECT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(GetResInfo, handle, &id, &type, name), noErr);
     EXPECT_EQ(id, -7);
     EXPECT_EQ(type, kFond);
     EXPECT_EQ(std::string(name + 1, name + 1 + name[0]), std::string(255, 'n'));
-    GetResInfo(handle, nullptr, nullptr, nullptr);
-    EXPECT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(GetResInfo, handle, nullptr, nullptr, nullptr), noErr);
     HLock(handle);
     EXPECT_EQ(std::string(*handle, 4), "data");
     HUnlock(handle);
@@ -142,15 +148,14 @@ TEST_F(ResourceManagerTest, TellsIdTypeNameAndSizeOfAResource) {
     for (Handle none : {Handle{nullptr}, &foreign}) {
         EXPECT_EQ(GetHandleSize(none), 0);
         EXPECT_TRUE(handleBytes(none).empty());
-        GetResInfo(none, &id, &type, name);
-        EXPECT_EQ(ResError(), resNotFound);
+        EXPECT_EQ(after(GetResInfo, none, &id, &type, name), resNotFound);
         EXPECT_EQ(id, 8);
     }
 }
 
 TEST_F(ResourceManagerTest, OpeningClosingAndTheCurrentFile) {
     EXPECT_EQ(CurResFile(), 0);
-    const Bytes fork = ResourceForkBuilder().add("FOND", 1, bytesOf("x")).build();
+    const Bytes fork = forkOf("x");
     const auto first = openDfont("a.dfont", fork);
     const auto again = open(folder_.path() / "a.dfont", true);
     EXPECT_NE(first, again);
@@ -158,15 +163,13 @@ TEST_F(ResourceManagerTest, OpeningClosingAndTheCurrentFile) {
     CloseResFile(first);
     EXPECT_EQ(CurResFile(), again);
     EXPECT_EQ(text(handle), "x");
-    CloseResFile(first);  // not open any more
-    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(after(CloseResFile, first), resFNotFound);  // not open any more
     EXPECT_EQ(CurResFile(), again);
     for (const std::int16_t number : std::initializer_list<std::int16_t>{-1, 0, 12345}) {
         CloseResFile(number);
         EXPECT_EQ(CurResFile(), again);
     }
-    UseResFile(first);
-    EXPECT_EQ(ResError(), resFNotFound);
+    EXPECT_EQ(after(UseResFile, first), resFNotFound);
     EXPECT_EQ(CurResFile(), again);
 
     const auto third = openDfont("c.dfont", fork);
@@ -184,28 +187,45 @@ TEST_F(ResourceManagerTest, OpeningClosingAndTheCurrentFile) {
 }
 
 TEST_F(ResourceManagerTest, FailuresToOpenHaveTheirStatus) {
-    const Bytes fork = ResourceForkBuilder().add("FOND", 1, bytesOf("x")).build();
-    EXPECT_EQ(openDfont("empty.dfont", {}), eofErr);
-    EXPECT_EQ(openDfont("text.dfont", bytesOf("no resource file, but long enough")), mapReadErr);
-    EXPECT_EQ(openDfont("cut.dfont", Bytes(fork.begin(), fork.end() - 1)), mapReadErr);
-    EXPECT_EQ(open(folder_.path(), true), fnfErr);
-    EXPECT_EQ(open(folder_.path()), fnfErr);
-    EXPECT_EQ(open(folder_.path() / "none/none"), fnfErr);
-    EXPECT_EQ(open(folder_.path() / "text.dfont"), eofErr);  // no resource fork
-    EXPECT_GT(openDfont("placeholder.dfont", placeholderFork()), 0);
-    EXPECT_EQ(Count1Resources(kFond), 0);
-
+    const Bytes fork = forkOf("x");
     const fs::path fifo = folder_.path() / "fifo.dfont";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    EXPECT_EQ(open(fifo, true), fnfErr);
     const fs::path large = folder_.write("large.dfont", fork);
     ASSERT_EQ(::truncate(large.c_str(), off_t{1} << 31), 0);
-    EXPECT_EQ(open(large, true), memFullErr);
-    EXPECT_EQ(open(large), memFullErr);
+    const struct {
+        fs::path file;
+        std::int16_t asDataFork;
+        std::int16_t asResourceFork;
+    } kCases[] = {{folder_.write("empty", ""), eofErr, eofErr},
+                  {folder_.write("text", "no resource file, but long enough"), mapReadErr, eofErr},
+                  {folder_.write("cut", Bytes(fork.begin(), fork.end() - 1)), mapReadErr, eofErr},
+                  {folder_.path(), fnfErr, fnfErr},
+                  {folder_.path() / "none/none", fnfErr, fnfErr},
+                  {fifo, fnfErr, fnfErr},
+                  {large, memFullErr, memFullErr}};
+    for (const auto& c : kCases) {
+        EXPECT_EQ(open(c.file, true), c.asDataFork) << c.file;
+        EXPECT_EQ(open(c.file), c.asResourceFork) << c.file;
+    }
+    EXPECT_GT(openDfont("placeholder.dfont", placeholderFork()), 0);
+    EXPECT_EQ(Count1Resources(kFond), 0);
+}
+
+TEST_F(ResourceManagerTest, WhatIsThereIsOpenedForReadingOnly) {
+    FSRef file = refTo(folder_.write("a.dfont", forkOf("x")));
+    for (const bool dataFork : {true, false}) {
+        EXPECT_EQ(openRef(file, dataFork, fsRdWrPerm), wrPermErr);
+        EXPECT_EQ(openRef(file, dataFork, kWriteOnly), wrPermErr);
+    }
+    HFSUniStr255 unknown;
+    unknown.name = "OTHER_FORK";
+    std::int16_t number = 0;
+    EXPECT_EQ(FSOpenResourceFile(&file, unknown, fsRdPerm, &number), paramErr);
+    EXPECT_EQ(number, -1);
 }
 
 TEST_F(ResourceManagerTest, ADfontIsTheFilesOwnBytesWhateverLiesBeside) {
-    const Bytes fork = ResourceForkBuilder().add("FOND", 1, bytesOf("inside")).build();
+    const Bytes fork = forkOf("inside");
     folder_.write("._a.dfont", appleDouble("FFIL", "DMOV", ResourceForkBuilder().build()));
     openDfont("a.dfont", fork);
     EXPECT_EQ(text(Get1Resource(kFond, 1)), "inside");
@@ -213,8 +233,7 @@ TEST_F(ResourceManagerTest, ADfontIsTheFilesOwnBytesWhateverLiesBeside) {
 }
 
 TEST_F(ResourceManagerTest, UnreadableFilesAreNotPermitted) {
-    const fs::path file =
-        folder_.write("a.dfont", ResourceForkBuilder().add("FOND", 1, bytesOf("x")).build());
+    const fs::path file = folder_.write("a.dfont", forkOf("x"));
     ASSERT_EQ(::chmod(file.c_str(), 0), 0);
     ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
     // Root may read everything.
@@ -280,18 +299,10 @@ class NewSuitcaseTest : public ResourceManagerTest {
         Str255 pascal;
         pascal[0] = static_cast<std::uint8_t>(name.size());
         std::copy(name.begin(), name.end(), pascal + 1);
-        AddResource(handle, type, id, pascal);
-        ASSERT_EQ(ResError(), noErr);
-        WriteResource(handle);
-        ASSERT_EQ(ResError(), noErr);
+        EXPECT_EQ(after(AddResource, handle, type, id, pascal), noErr);
+        EXPECT_EQ(after(WriteResource, handle), noErr);
     }
-    std::vector<std::string> names() const {
-        std::vector<std::string> result;
-        for (const auto& entry : fs::directory_iterator(folder_.path())) {
-            result.push_back(entry.path().filename().string());
-        }
-        return result;
-    }
+    Lines names() const { return namesIn(folder_.path()); }
 };
 
 TEST_F(NewSuitcaseTest, IsWrittenWholeWhenItIsUpdated) {
@@ -302,14 +313,12 @@ TEST_F(NewSuitcaseTest, IsWrittenWholeWhenItIsUpdated) {
     EXPECT_EQ(text(Get1Resource(kSfnt, -1)), "outline");
     EXPECT_EQ(Get1Resource(code("NFNT"), 1), nullptr);
     EXPECT_EQ(ResError(), noErr);
-    EXPECT_THAT(names(), testing::IsEmpty());
-    UpdateResFile(number);
-    ASSERT_EQ(ResError(), noErr);
-    EXPECT_THAT(names(), testing::ElementsAre("New.bin"));
+    EXPECT_THAT(names(), IsEmpty());
+    EXPECT_EQ(after(UpdateResFile, number), noErr);
+    EXPECT_THAT(names(), ElementsAre("New.bin"));
     add(kFond, 129, "", "another");
-    CloseResFile(number);
-    ASSERT_EQ(ResError(), noErr);
-    EXPECT_THAT(names(), testing::ElementsAre("New.bin"));
+    EXPECT_EQ(after(CloseResFile, number), noErr);
+    EXPECT_THAT(names(), ElementsAre("New.bin"));
 
     FSRef ref = refTo(folder_.path() / "New.bin");
     FSCatalogInfo info;
@@ -341,41 +350,44 @@ TEST_F(NewSuitcaseTest, NeverReplacesAnything) {
     const auto number = createOpen("Late");
     add(kFond, 1, "", "x");
     folder_.write("Late", "somebody was quicker");
-    CloseResFile(number);
-    EXPECT_EQ(ResError(), dupFNErr);
+    EXPECT_EQ(after(CloseResFile, number), dupFNErr);
     EXPECT_EQ(readFile(folder_.path() / "Late"), bytesOf("somebody was quicker"));
 
     const auto second = createOpen("Own");
-    UpdateResFile(second);
-    ASSERT_EQ(ResError(), noErr);
+    EXPECT_EQ(after(UpdateResFile, second), noErr);
     fs::remove(folder_.path() / "Own");
     folder_.write("Spare", "");  // so that the new file cannot get the old one's number
     folder_.write("Own", "not ours any more");
     add(kFond, 1, "", "x");
-    UpdateResFile(second);
-    EXPECT_EQ(ResError(), dupFNErr);
+    EXPECT_EQ(after(UpdateResFile, second), dupFNErr);
     EXPECT_EQ(readFile(folder_.path() / "Own"), bytesOf("not ours any more"));
     DiscardResFile(second);
-    EXPECT_THAT(names(),
-                testing::UnorderedElementsAre("Taken", "Dangling", "Late", "Spare", "Own"));
+    EXPECT_THAT(names(), ElementsAre("Dangling", "Late", "Own", "Spare", "Taken"));
 }
 
 TEST_F(NewSuitcaseTest, LeavesNothingBehindWhenItIsNotWritten) {
     const auto number = createOpen("Discarded");
     add(kFond, 1, "", "x");
-    DiscardResFile(number);
-    EXPECT_EQ(ResError(), noErr);
-    EXPECT_THAT(names(), testing::IsEmpty());
+    EXPECT_EQ(after(DiscardResFile, number), noErr);
+    EXPECT_THAT(names(), IsEmpty());
 
     FSRef ref;
     ASSERT_EQ(create("Gone", &ref), noErr);
     const auto second = openRef(ref, false, fsRdWrPerm);
     const fs::path moved = folder_.path().string() + "-moved";
     fs::rename(folder_.path(), moved);
-    CloseResFile(second);
-    EXPECT_EQ(ResError(), fnfErr);
+    EXPECT_EQ(after(CloseResFile, second), fnfErr);
     EXPECT_TRUE(fs::is_empty(moved));
     fs::rename(moved, folder_.path());
+}
+
+TEST_F(NewSuitcaseTest, IsOpenedForWritingAndOnItsResourceForkOnly) {
+    FSRef ref;
+    ASSERT_EQ(create("New", &ref), noErr);
+    EXPECT_EQ(openRef(ref, false, fsRdPerm), fnfErr);
+    EXPECT_EQ(openRef(ref, false, kWriteOnly), wrPermErr);
+    EXPECT_EQ(openRef(ref, true, fsRdWrPerm), wrPermErr);
+    EXPECT_GT(openRef(ref, false, fsRdWrPerm), 0);
 }
 
 TEST_F(NewSuitcaseTest, RefusesNamesAndFoldersThatMakeNoSense) {
@@ -397,24 +409,17 @@ TEST_F(NewSuitcaseTest, HandlesBelongToTheCallerUntilTheyAreAdded) {
     EXPECT_EQ(NewHandle(-1), nullptr);
     Handle handle = NewHandle(3);
     EXPECT_EQ(GetHandleSize(handle), 3);
-    GetResInfo(handle, nullptr, nullptr, nullptr);
-    EXPECT_EQ(ResError(), resNotFound);
-    WriteResource(handle);
-    EXPECT_EQ(ResError(), resNotFound);
-    AddResource(handle, kFond, 1, nullptr);  // no current file
-    EXPECT_EQ(ResError(), resFNotFound);
-    openDfont("a.dfont", ResourceForkBuilder().add("FOND", 1, bytesOf("x")).build());
-    AddResource(handle, kFond, 1, nullptr);
-    EXPECT_EQ(ResError(), wrPermErr);
-    WriteResource(Get1Resource(kFond, 1));
-    EXPECT_EQ(ResError(), wrPermErr);
+    EXPECT_EQ(after(GetResInfo, handle, nullptr, nullptr, nullptr), resNotFound);
+    EXPECT_EQ(after(WriteResource, handle), resNotFound);
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), resFNotFound);  // no current file
+    openDfont("a.dfont", forkOf("x"));
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), wrPermErr);
+    EXPECT_EQ(after(WriteResource, Get1Resource(kFond, 1)), wrPermErr);
 
     const auto number = createOpen("New");
-    AddResource(handle, kFond, 1, nullptr);
-    EXPECT_EQ(ResError(), noErr);
-    AddResource(handle, kFond, 2, nullptr);  // a resource already
-    EXPECT_EQ(ResError(), addResFailed);
-    DisposeHandle(handle);  // the file's by now
+    EXPECT_EQ(after(AddResource, handle, kFond, 1, nullptr), noErr);
+    EXPECT_EQ(after(AddResource, handle, kFond, 2, nullptr), addResFailed);  // a resource already
+    DisposeHandle(handle);                                                   // the file's by now
     EXPECT_EQ(GetHandleSize(handle), 3);
     DiscardResFile(number);
     EXPECT_EQ(GetHandleSize(handle), 0);
@@ -431,8 +436,7 @@ class ConcurrencyResourceManagerTest : public ResourceManagerTest {};
 
 TEST_F(ConcurrencyResourceManagerTest, WholeParsesOfTwoThreadsDoNotMix) {
     const auto parse = [&](const std::string& name, const std::string& data) {
-        const fs::path file =
-            folder_.write(name, ResourceForkBuilder().add("FOND", 1, bytesOf(data)).build());
+        const fs::path file = folder_.write(name, forkOf(data));
         for (int i = 0; i < 300; ++i) {
             const boost::unique_lock<boost::recursive_mutex> lock(macParsingMutex());
             const std::int16_t saved = CurResFile();

@@ -1,34 +1,28 @@
 #include "OxFontUtilitiesMac.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
 #include "OxParserPostscriptImp.h"
+#include "UnitTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
-using Lines = std::vector<std::string>;
 using Mac = OxFontUtilitiesMac;
 
-struct Checked {
-    bool passed;
-    Lines lines;
-};
+// "passes" or "fails", and the diagnostics.
+std::string outcome(bool passed, const OxFont& font) {
+    return (passed ? "passes " : "fails ") + problems(font);
+}
 
-Checked checkFond(const Bytes& fond) {
+std::string checkFond(const Bytes& fond) {
     const OpenResources open(ResourceForkBuilder().add("FOND", 128, fond));
     OxFont font;
     const bool passed = Mac::validateFOND(font, 1);
-    return {passed, diagnosticLines(font)};
+    return outcome(passed, font);
 }
 
 Bytes goodFond(std::size_t size = 60) {
-    Bytes fond = FondBuilder{{{12, 0, 1}}, {}, {}}.build();
+    Bytes fond = FondBuilder::of({{12, 0, 1}});
     fond.resize(size);
     return fond;
 }
@@ -53,139 +47,100 @@ TEST(ValidateFond, FieldsAndTheirBorders) {
     };
     for (const Case& c : kCases) {
         Bytes fond = goodFond();
-        const auto set = [&fond, &c](std::uint32_t value) {
-            patch(fond, c.offset, c.width, value);
-        };
-        set(c.good);
-        const Checked good = checkFond(fond);
-        EXPECT_TRUE(good.passed) << c.text;
-        EXPECT_THAT(good.lines, IsEmpty());
-        set(c.bad);
-        const Checked bad = checkFond(fond);
-        EXPECT_FALSE(bad.passed) << c.text;
-        EXPECT_THAT(bad.lines, ElementsAre(std::string("error 0 Corrupt FOND:  ") + c.text));
+        patch(fond, c.offset, c.width, c.good);
+        EXPECT_EQ(checkFond(fond), "passes ") << c.text;
+        patch(fond, c.offset, c.width, c.bad);
+        EXPECT_EQ(checkFond(fond), std::string("fails error 0 Corrupt FOND:  ") + c.text);
     }
 }
 
-TEST(ValidateFond, AStrangeSizeIsReportedAndPasses) {
-    for (const std::size_t good : {60u, 250000u}) {
-        EXPECT_THAT(checkFond(goodFond(good)).lines, IsEmpty()) << good;
+TEST(ValidateFond, AStrangeSizeIsReportedAndPassesButTheFirstOtherDefectStopsTheChecks) {
+    const std::string strange = "error 0 Corrupt FOND:  Invalide Size";
+    for (const std::size_t size : {0u, 5u, 59u, 60u, 250000u, 250001u}) {
+        EXPECT_EQ(checkFond(goodFond(size)),
+                  "passes " + (size >= 60 && size <= 250000 ? "" : strange));
     }
-    for (const std::size_t strange : {0u, 5u, 59u, 250001u}) {
-        const Checked checked = checkFond(goodFond(strange));
-        EXPECT_TRUE(checked.passed) << strange;
-        EXPECT_THAT(checked.lines, ElementsAre("error 0 Corrupt FOND:  Invalide Size"));
-    }
-}
-
-TEST(ValidateFond, TheFirstDefectStopsTheChecks) {
     Bytes fond = goodFond(59);
     patch(fond, 6, 2, 999);
     patch(fond, 16, 4, 999);
-    EXPECT_THAT(checkFond(fond).lines,
-                ElementsAre("error 0 Corrupt FOND:  Invalide Size",
-                            "error 0 Corrupt FOND:  Invalid last character"));
+    EXPECT_EQ(checkFond(fond),
+              "fails " + strange + "; error 0 Corrupt FOND:  Invalid last character");
 }
 
 TEST(ValidateFond, AMissingOneGivesTheStatus) {
     const OpenResources open(ResourceForkBuilder().add("FOND", 128, goodFond()));
     OxFont font;
     EXPECT_FALSE(Mac::validateFOND(font, 2));
-    EXPECT_THAT(diagnosticLines(font), ElementsAre("error 0 Corrupt FOND:  -192"));
+    EXPECT_EQ(problems(font), "error 0 Corrupt FOND:  -192");
 }
 
-class ValidateAssoc : public testing::Test {
-  protected:
-    Checked check(const char* type, const Bytes& data, short size) {
-        const OpenResources open(ResourceForkBuilder().add(type, 7, data));
-        const bool passed = Mac::validateAssoc(font, size, 7);
-        return {passed, diagnosticLines(font)};
-    }
-    OxFont font;
-};
-
-TEST_F(ValidateAssoc, OutlinesCountFrom5000BytesOn) {
-    EXPECT_FALSE(check("sfnt", Bytes(4999), 0).passed);
-    EXPECT_EQ(font.getAttribute(eFntSize), "");
-    EXPECT_TRUE(check("sfnt", Bytes(5000), 0).passed);
-    EXPECT_EQ(font.getAttribute(eFntSize), "5000");
-    EXPECT_EQ(font.getFontType(), OxFont::TT);
-    EXPECT_THAT(font.resources(), ElementsAre(Pair(kSfntType, 7)));
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
-}
-
-TEST_F(ValidateAssoc, AMissingOutlineSetsTheTypeOnly) {
-    EXPECT_FALSE(check("NFNT", strike(), 0).passed);
-    EXPECT_EQ(font.getFontType(), OxFont::TT);
-    EXPECT_THAT(font.resources(), IsEmpty());
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
-}
-
-TEST_F(ValidateAssoc, ANegativeSizeIsNotLookedAt) {
-    EXPECT_TRUE(check("POST", {}, -1).passed);
-    EXPECT_EQ(font.getFontType(), OxFont::notSure);
-}
-
-TEST_F(ValidateAssoc, BordersOfStrikes) {
-    struct Case {
+TEST(ValidateAssoc, LooksForTheResourceOfTheSize) {
+    using Resources = std::vector<std::pair<int, int>>;
+    const Resources strikes = {{kNfntType, 7}, {kFontType, 7}};
+    const std::string missing = "fails error 0 Corrupt Assoc:  NULL HFNT Resource";
+    const struct {
+        const char* type;
         Bytes data;
-        const char* text;  // null: good
-    };
-    const Case cases[] = {
-        {strike(300), nullptr},
-        {strike(100000), nullptr},
+        short size;
+        std::string outcome;
+        int fontType;
+        Resources resources;
+        const char* fontSize;
+    } kCases[] = {
+        {"sfnt", Bytes(4999), 0, "fails ", OxFont::TT, {{kSfntType, 7}}, ""},
+        {"sfnt", Bytes(5000), 0, "passes ", OxFont::TT, {{kSfntType, 7}}, "5000"},
+        {"NFNT", strike(), 0, "fails ", OxFont::TT, {}, ""},   // no outline: sets the type only
+        {"POST", {}, -1, "passes ", OxFont::notSure, {}, ""},  // a negative size is not looked at
+        {"FONT", strike(), 9, "passes ", OxFont::T1, strikes, "300"},
+        {"sfnt", {}, 9, missing, OxFont::T1, strikes, ""}};
+    for (const auto& c : kCases) {
+        const OpenResources open(ResourceForkBuilder().add(c.type, 7, c.data));
+        OxFont font;
+        const bool passed = Mac::validateAssoc(font, c.size, 7);
+        EXPECT_EQ(outcome(passed, font), c.outcome);
+        EXPECT_EQ(font.getFontType(), c.fontType);
+        EXPECT_THAT(font.resources(), testing::ElementsAreArray(c.resources));
+        EXPECT_EQ(font.getAttribute(eFntSize), c.fontSize);
+    }
+}
+
+TEST(ValidateAssoc, BordersOfStrikes) {
+    const std::pair<Bytes, std::string> kCases[] = {
+        {strike(300), ""},
+        {strike(100000), ""},
         {strike(299), "Invalid NFNT size"},
         {strike(100001), "Invalid NFNT size"},
-        {strike(300, 255, 255), nullptr},
+        {strike(300, 255, 255), ""},
         {strike(300, 256, 255), "Invalid first character"},
         {strike(300, 0x8000, 0x8001), "Invalid first character"},
         {strike(300, 0, 256), "Invalid last character"},
-        {strike(300, 3, 2), "First character greater than last character"},
-    };
-    for (const Case& c : cases) {
-        OxFont fresh;
-        const OpenResources open(ResourceForkBuilder().add("NFNT", 7, c.data));
-        EXPECT_EQ(Mac::validateAssoc(fresh, 9, 7), c.text == nullptr);
-        EXPECT_EQ(fresh.getFontType(), OxFont::T1);
-        EXPECT_THAT(
-            diagnosticLines(fresh),
-            c.text == nullptr ? Lines() : Lines{std::string("error 0 Corrupt Assoc:  ") + c.text});
-        const bool sizeKnown = c.text == nullptr || std::string(c.text) != "Invalid NFNT size";
-        EXPECT_EQ(fresh.getAttribute(eFntSize),
-                  sizeKnown ? std::to_string(c.data.size()) : std::string());
+        {strike(300, 3, 2), "First character greater than last character"}};
+    for (const auto& [data, text] : kCases) {
+        const OpenResources open(ResourceForkBuilder().add("NFNT", 7, data));
+        OxFont font;
+        EXPECT_EQ(Mac::validateAssoc(font, 9, 7), text.empty());
+        EXPECT_EQ(font.getFontType(), OxFont::T1);
+        EXPECT_EQ(problems(font), text.empty() ? "" : "error 0 Corrupt Assoc:  " + text);
+        const bool sizeKnown = text != "Invalid NFNT size";
+        EXPECT_EQ(font.getAttribute(eFntSize), sizeKnown ? std::to_string(data.size()) : "");
 
         // The parser's own check records only what it has found.
         OxFont record;
         const AsscEntry entry{9, 0, 7};
-        EXPECT_EQ(OxParserPostscriptImp().validateAssoc(record, &entry), c.text == nullptr);
-        EXPECT_EQ(diagnosticLines(record), diagnosticLines(fresh));
-        EXPECT_EQ(record.attributes(), fresh.attributes());
+        EXPECT_EQ(OxParserPostscriptImp().validateAssoc(record, &entry), text.empty());
+        EXPECT_EQ(problems(record), problems(font));
+        EXPECT_EQ(record.attributes(), font.attributes());
         EXPECT_THAT(record.resources(), ElementsAre(Pair(kNfntType, 7)));
     }
 }
 
-TEST_F(ValidateAssoc, FontStandsInForNfntAndBothAreRecorded) {
-    EXPECT_TRUE(check("FONT", strike(), 9).passed);
-    EXPECT_THAT(font.resources(), ElementsAre(Pair(kNfntType, 7), Pair(kFontType, 7)));
-}
-
-TEST_F(ValidateAssoc, AMissingStrikeIsRecordedAndReported) {
-    EXPECT_THAT(check("sfnt", {}, 9).lines,
-                ElementsAre("error 0 Corrupt Assoc:  NULL HFNT Resource"));
-    EXPECT_THAT(font.resources(), ElementsAre(Pair(kNfntType, 7), Pair(kFontType, 7)));
-    EXPECT_EQ(font.getFontType(), OxFont::T1);
-}
-
-struct StyleNames {
+// PostScript name and file name of a style, "untouched" where none was given.
+std::string namesOf(const Bytes& styleTable, int style) {
     std::string postscript = "untouched";
     std::string file;
-};
-
-StyleNames namesOf(const Bytes& styleTable, int style) {
-    StyleNames names;
-    const StyleTable table(ZeroPaddedView(ByteView(styleTable.data(), styleTable.size())));
-    Mac::GetNamesForStyle(table, names.postscript, names.file, style);
-    return names;
+    const StyleTable table(ZeroPaddedView{ByteView(styleTable)});
+    Mac::GetNamesForStyle(table, postscript, file, style);
+    return postscript + " " + file;
 }
 
 Bytes styleTable(const FondBuilder& fond) {
@@ -195,13 +150,10 @@ Bytes styleTable(const FondBuilder& fond) {
 
 TEST(StyleNamesOfAFamily, PostScriptAndFileNames) {
     const Bytes table = styleTable(FondBuilder::helvetica({9, 0, 1}));
-    EXPECT_EQ(namesOf(table, 0).postscript, "Helvetica");
-    EXPECT_EQ(namesOf(table, 0).file, "Helve");
-    EXPECT_EQ(namesOf(table, 1).postscript, "Helvetica-Bold");
-    EXPECT_EQ(namesOf(table, 1).file, "HelveBol");
+    EXPECT_EQ(namesOf(table, 0), "Helvetica Helve");
+    EXPECT_EQ(namesOf(table, 1), "Helvetica-Bold HelveBol");
     // "-Bold" loses its hyphen in the file name only
-    EXPECT_EQ(namesOf(table, 3).postscript, "Helvetica-BoldOblique");
-    EXPECT_EQ(namesOf(table, 3).file, "HelveBolObl");
+    EXPECT_EQ(namesOf(table, 3), "Helvetica-BoldOblique HelveBolObl");
 }
 
 TEST(StyleNamesOfAFamily, IndexesThatNameNothing) {
@@ -210,59 +162,46 @@ TEST(StyleNamesOfAFamily, IndexesThatNameNothing) {
     fond.styleIndexes[4] = 0;
     fond.styleIndexes[5] = 200;
     const Bytes table = styleTable(fond);
-    EXPECT_EQ(namesOf(table, 1).postscript, "Helvetica-Bold");
-    EXPECT_EQ(namesOf(table, 4).postscript, "Helvetica");
-    EXPECT_EQ(namesOf(table, 5).file, "Helve");
+    EXPECT_EQ(namesOf(table, 1), "Helvetica-Bold HelveBol");
     // Style code 48 reads the byte behind the indexes, the high byte of the count.
-    EXPECT_EQ(namesOf(table, 48).postscript, "Helvetica");
-    EXPECT_EQ(namesOf(table, 65535).postscript, "Helvetica");
-
+    for (const int style : {4, 5, 48, 65535}) {
+        EXPECT_EQ(namesOf(table, style), "Helvetica Helve") << style;
+    }
     fond.names = {"", "x"};
-    EXPECT_EQ(namesOf(styleTable(fond), 1).postscript, "untouched");
-    EXPECT_EQ(namesOf(styleTable(fond), 0).postscript, "") << "index 1 takes even an empty name";
+    EXPECT_EQ(namesOf(styleTable(fond), 1), "untouched ");
+    EXPECT_EQ(namesOf(styleTable(fond), 0), " ") << "index 1 takes even an empty name";
 }
 
 TEST(StyleNamesOfAFamily, TablesCutAnywhereReadAsZero) {
-    const Bytes whole = styleTable(FondBuilder::helvetica({9, 0, 1}));
-    for (std::size_t size = 0; size <= whole.size(); ++size) {
-        const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-        namesOf(cut, 3);
-    }
-    Bytes cutName = whole;
-    cutName.resize(58 + 2 + 1 + 4);
-    EXPECT_EQ(namesOf(cutName, 0).postscript, "Helv");
+    Bytes table = styleTable(FondBuilder::helvetica({9, 0, 1}));
+    forEachCut(table, [](const Bytes& cut) { namesOf(cut, 3); });
+    table.resize(58 + 2 + 1 + 4);
+    EXPECT_EQ(namesOf(table, 0), "Helv Helv");
 }
 
 TEST(NameTableView, CountsFromOneToItsCount) {
-    const Bytes bytes =
-        bytesOf(std::string("\x00\x02\x01"
-                            "A\x02"
-                            "BCxyz",
-                            9));
-    const NameTable names(ZeroPaddedView(ByteView(bytes.data(), bytes.size())));
+    const Bytes bytes = BigEndian().u16(2).u8(1).text("A").u8(2).text("BCxyz");
+    const NameTable names(ZeroPaddedView{ByteView(bytes)});
     EXPECT_EQ(Mac::GetNumStyleNames(names), 2);
     EXPECT_EQ(Mac::NthStyleName(names, 0), std::nullopt);
     EXPECT_EQ(Mac::NthStyleName(names, 1), "A");
     EXPECT_EQ(Mac::NthStyleName(names, 2), "BC");
     EXPECT_EQ(Mac::NthStyleName(names, 3), std::nullopt);
 
-    const Bytes negative = bytesOf(
-        "\xFF\xFF\x01"
-        "A");
-    const NameTable none(ZeroPaddedView(ByteView(negative.data(), negative.size())));
+    const Bytes negative = BigEndian().u16(0xFFFF).u8(1).text("A");
+    const NameTable none(ZeroPaddedView{ByteView(negative)});
     EXPECT_EQ(Mac::NthStyleName(none, 1), std::nullopt);
 }
 
 TEST(FondStyleMappingTable, ItsOffsetIsAsserted) {
-    const auto textFor = [](std::uint32_t offset) -> std::string {
+    const auto textFor = [](std::uint32_t offset) {
         Bytes fond = goodFond();
         patch(fond, FondBuilder::kStyleTableField, 4, offset);
         const OpenResources open(ResourceForkBuilder().add("FOND", 1, fond));
-        try {
-            return Mac::GetFondStyleMappingTable(Get1Resource(kFondType, 1)) ? "table" : "none";
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
+        bool found = false;
+        const std::string text = textOfException(
+            [&] { found = !!Mac::GetFondStyleMappingTable(Get1Resource(kFondType, 1)); });
+        return text.empty() ? found ? "table" : "none" : text;
     };
     EXPECT_EQ(textFor(0), "none");
     EXPECT_EQ(textFor(59), "table");

@@ -1,11 +1,7 @@
 #include "OxParserDfontImp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <iterator>
-#include <memory>
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
@@ -13,40 +9,17 @@
 #include "OxParserSuitcaseImp.h"
 #include "ScanHost.h"
 #include "SfntBuilder.h"
+#include "UnitTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using FontList = boost::ptr_vector<OxFont>;
-
-class Dfont : public testing::Test {
+class Dfont : public ParserTest<OxParserDfontImp> {
   protected:
-    FontList parse(const ResourceForkBuilder& fork) { return parse(fork.build()); }
-    FontList parse(const Bytes& fork) {
-        const std::unique_ptr<FontList> fonts(
-            parser.parseFontFile(folder.write("Acme.dfont", fork)));
-        FontList result;
-        result.transfer(result.end(), *fonts);
-        return result;
-    }
-    static Bytes family(std::vector<FondBuilder::Entry> entries) {
-        FondBuilder fond;
-        fond.entries = std::move(entries);
-        return fond.build();
-    }
-
-    TemporaryFolder folder;
-    OxParserDfontImp parser;
+    Dfont() : ParserTest("Acme.dfont") {}
 };
 
-TEST_F(Dfont, IsKnownByItsExtensionAlone) {
-    EXPECT_TRUE(parser.inspectFont("A.DFONT"));
-    EXPECT_TRUE(parser.inspectFont(".dfont"));
-    EXPECT_FALSE(parser.inspectFont("A.dfont.ttf"));
-    EXPECT_TRUE(parser.diagnoseFont("a"));
-    EXPECT_TRUE(parser.repairFont("a"));
+FondBuilder family(std::vector<FondBuilder::Entry> entries) {
+    return FondBuilder::of(std::move(entries));
 }
 
 TEST_F(Dfont, KeepsEveryRecordAndTakesBitmapsForOutlines) {
@@ -63,7 +36,7 @@ TEST_F(Dfont, KeepsEveryRecordAndTakesBitmapsForOutlines) {
         EXPECT_EQ(fonts[i].attributes(), fonts[0].attributes());
     }
     for (const std::size_t i : {1u, 2u}) {
-        EXPECT_THAT(diagnosticLines(fonts[i]), ElementsAre("error 0 Missing sfnt resource"));
+        EXPECT_EQ(problems(fonts[i]), "error 0 Missing sfnt resource");
     }
 }
 
@@ -78,11 +51,10 @@ TEST_F(Dfont, DamagedFamiliesYieldRecords) {
     patch(fork, second + 6, 2, 300);
     const auto fonts = parse(fork);
     ASSERT_THAT(fonts, SizeIs(3));
-    EXPECT_THAT(diagnosticLines(fonts[0]), ElementsAre("error 0 Corrupt FOND:  -186"));
+    EXPECT_EQ(problems(fonts[0]), "error 0 Corrupt FOND:  -186");
     EXPECT_EQ(fonts[0].getAttribute(eFontFilePath), folder.path().string());
     EXPECT_EQ(fonts[0].getAttribute(eFileName), "Acme.dfont");
-    EXPECT_THAT(diagnosticLines(fonts[1]),
-                ElementsAre("error 0 Corrupt FOND:  Invalid last character"));
+    EXPECT_EQ(problems(fonts[1]), "error 0 Corrupt FOND:  Invalid last character");
     EXPECT_EQ(fonts[1].getAttribute(eFileName), "");
     EXPECT_EQ(fonts[2].getAttribute(ePostscriptname), "A");
 }
@@ -93,8 +65,6 @@ TEST_F(Dfont, WhatIsNoResourceFileIsEmpty) {
     EXPECT_THAT(parse(macBinary(ResourceForkBuilder().add("FOND", 1, family({{0, 0, 9}})).build())),
                 IsEmpty())
         << "the data fork is the file's own bytes";
-    const std::unique_ptr<FontList> missing(parser.parseFontFile(folder.path() / "none.dfont"));
-    EXPECT_THAT(*missing, IsEmpty());
 }
 
 TEST_F(Dfont, StaysOpenUntilTheNextOneOpensOrTheParserGoes) {
@@ -104,7 +74,7 @@ TEST_F(Dfont, StaysOpenUntilTheNextOneOpensOrTheParserGoes) {
     {
         OxParserDfontImp another;
         const auto file = folder.write("B.dfont", fork.build());
-        const auto parseAgain = [&another](const boost::filesystem::path& path) {
+        const auto parseAgain = [&another](const fs::path& path) {
             delete another.parseFontFile(path);
         };
         parseAgain(file);
@@ -137,8 +107,7 @@ TEST_F(Dfont, StaysOpenUntilTheNextOneOpensOrTheParserGoes) {
 TEST_F(Dfont, ItsOwnParseFontReadsOneEntry) {
     const OpenResources open(ResourceForkBuilder().add("sfnt", 4, outline("A")));
     const AsscEntry entry{0, 0, 4};
-    const std::unique_ptr<FontList> fonts(parser.parseFont("A.dfont", nullptr, &entry));
-    ASSERT_THAT(*fonts, SizeIs(1));
+    EXPECT_THAT(taken(parser.parseFont("A.dfont", nullptr, &entry)), SizeIs(1));
 }
 
 TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
@@ -147,7 +116,7 @@ TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
     ResourceForkBuilder builder;
     builder.add("sfnt", 4,
                 SfntBuilder::goodFont().table("name", SfntBuilder::nameTable(names)).build());
-    const Bytes many = family(std::vector<FondBuilder::Entry>(51, {0, 0, 4}));
+    const FondBuilder many = family(std::vector<FondBuilder::Entry>(51, {0, 0, 4}));
     for (int id = 0; id < 250; ++id) {
         builder.add("FOND", id, many);
     }
@@ -155,8 +124,7 @@ TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
     EXPECT_LT(fonts.size(), 250u * 51);
     EXPECT_GT(fonts.size(), 5000u);
     EXPECT_THAT(fonts.front().diagnostics(), IsEmpty());
-    EXPECT_THAT(diagnosticLines(fonts.back()),
-                ElementsAre("error 0 Font data is too entangled to check"));
+    EXPECT_EQ(problems(fonts.back()), "error 0 Font data is too entangled to check");
 }
 
 struct Footprint {
@@ -165,7 +133,6 @@ struct Footprint {
 };
 
 Footprint footprint() {
-    namespace fs = boost::filesystem;
     std::ifstream statm("/proc/self/statm");
     long pages = 0;
     statm >> pages >> pages;
@@ -181,7 +148,7 @@ TEST_F(Dfont, TenThousandInOneScanTakeNoMoreThanAThousand) {
                                                    .add("sfnt", 4, outline("A", 20000))
                                                    .build());
     for (int i = 1; i < kFiles; ++i) {
-        boost::filesystem::create_hard_link(first, folder.path() / (std::to_string(i) + ".dfont"));
+        fs::create_hard_link(first, folder.path() / (std::to_string(i) + ".dfont"));
     }
     OxParser scan(folder.path(), "", "");
     Footprint early{}, late{};

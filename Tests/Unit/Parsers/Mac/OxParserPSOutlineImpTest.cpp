@@ -1,29 +1,23 @@
 #include "OxParserPSOutlineImp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include "MacFontBuilder.h"
 #include "PostScriptTokens.h"
+#include "UnitTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using Lines = std::vector<std::string>;
 using Kind = PostScriptToken::Kind;
+
+constexpr char kCorrupt[] = "error 0 Corrupt Font:  ";
 
 class PrinterFont : public testing::Test {
   protected:
     OxFont parseFile(const boost::filesystem::path& file) {
         const std::int16_t before = CurResFile();
-        OxParserPSOutlineImp parser;
-        const std::unique_ptr<boost::ptr_vector<OxFont>> fonts(parser.parseFontFile(file));
+        const FontList fonts = taken(OxParserPSOutlineImp().parseFontFile(file));
         EXPECT_EQ(CurResFile(), before);
-        EXPECT_EQ(fonts->size(), 1u);
-        return OxFont(fonts->front());
+        EXPECT_THAT(fonts, SizeIs(1));
+        return OxFont(fonts.front());
     }
     OxFont parse(const ResourceForkBuilder& fork, const Bytes& dataFork = {}) {
         MacBinaryOptions options;
@@ -37,29 +31,25 @@ class PrinterFont : public testing::Test {
 
 TEST_F(PrinterFont, TheDictionaryFillsTheRecord) {
     const OxFont font = parse(type1Program());
-    const std::map<std::string, std::string> expected = {
-        {eFontFilePath, folder.path().string()},
-        {eFileName, "AcmeBol"},
-        {eType, "T1Outline"},
-        {eFoundry, "Acme Fonts"},
-        {eCopyright, "Copyrighted \xC2\xA9 acme fonts"},
-        {eFontVersion, "001.005"},
-        {eFullname, "Acme (TM) Bold"},
-        {eFamilyname, "Acme"},
-        {ePostscriptname, "Acme-Bold"},
-    };
+    const Attributes expected = {{eFontFilePath, folder.path().string()},
+                                 {eFileName, "AcmeBol"},
+                                 {eType, "T1Outline"},
+                                 {eFoundry, "Acme Fonts"},
+                                 {eCopyright, "Copyrighted \xC2\xA9 acme fonts"},
+                                 {eFontVersion, "001.005"},
+                                 {eFullname, "Acme (TM) Bold"},
+                                 {eFamilyname, "Acme"},
+                                 {ePostscriptname, "Acme-Bold"}};
     EXPECT_EQ(font.attributes(), expected);
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
+    EXPECT_EQ(problems(font), "");
 }
 
 TEST_F(PrinterFont, ChunksAreJoinedById) {
     const std::string program = type1Program();
     const std::size_t half = program.find("FamilyName");
     ResourceForkBuilder fork;
-    const auto chunk = [](int kind, const std::string& text) {
-        Bytes bytes = {static_cast<std::uint8_t>(kind), 0};
-        append(bytes, text);
-        return bytes;
+    const auto chunk = [](int kind, std::string_view text) {
+        return BigEndian().u8(kind).u8(0).text(text);
     };
     fork.add("POST", 505, chunk(5, ""))
         .add("POST", 504, {})  // real fonts hold empty chunks
@@ -69,48 +59,44 @@ TEST_F(PrinterFont, ChunksAreJoinedById) {
     const OxFont font = parse(fork);
     EXPECT_EQ(font.getAttribute(eFamilyname), "Acme");
     EXPECT_EQ(font.getAttribute(ePostscriptname), "Acme-Bold");
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
+    EXPECT_EQ(problems(font), "");
 }
 
 TEST_F(PrinterFont, TheProgramMayBeInTheDataFork) {
     const auto fork = postChunks({{4, ""}, {5, ""}});
     Bytes pfb = {0x80, 1, 0xFF, 1, 0, 0};
-    append(pfb, type1Program());
+    append(pfb, bytesOf(type1Program()));
     EXPECT_EQ(parse(fork, pfb).getAttribute(ePostscriptname), "Acme-Bold");
-    EXPECT_THAT(diagnosticLines(parse(fork)),
-                ElementsAre("error 0 Corrupt Font:  No program in data fork",
-                            "error 0 Corrupt Font:  No font dictionary"));
+    EXPECT_EQ(problems(parse(fork)), std::string(kCorrupt) + "No program in data fork; " +
+                                         kCorrupt + "No font dictionary");
 }
 
 TEST_F(PrinterFont, DamagedChunksAreReported) {
     const std::string program = type1Program();
-    EXPECT_THAT(diagnosticLines(parse(ResourceForkBuilder().add("NFNT", 1, {}))),
-                ElementsAre("error 0 Corrupt Font:  No POST resources",
-                            "error 0 Corrupt Font:  No font dictionary"));
-    EXPECT_THAT(diagnosticLines(parse(postChunks({{1, program}, {2, "x"}}))),
-                ElementsAre("error 0 Corrupt Font:  No end in POST resources"));
-    EXPECT_THAT(diagnosticLines(parse(postChunks({{1, program}, {3, ""}, {9, ""}}))), IsEmpty())
-        << "what follows the end is not looked at";
-    EXPECT_THAT(diagnosticLines(parse(postChunks({{1, program}, {9, "x"}, {5, ""}}))),
-                ElementsAre("error 0 Corrupt Font:  Invalid kind of POST resource 502"));
-
-    ResourceForkBuilder gap = postChunks({{1, program}});
-    gap.add("POST", 503, {5, 0});
-    EXPECT_THAT(diagnosticLines(parse(gap)),
-                ElementsAre("error 0 Corrupt Font:  Missing POST resource 502.  Err= -192"));
-
-    ResourceForkBuilder lengths = postChunks({{1, program}});
-    lengths.add("POST", 502, {1}).add("POST", 503, {5, 1});
-    EXPECT_THAT(diagnosticLines(parse(lengths)),
-                ElementsAre("error 0 Corrupt Font:  Invalid size of POST resource 502",
-                            "error 0 Corrupt Font:  Invalid tag of POST resource 503"));
+    const auto chunks = [&](std::vector<std::pair<int, std::string>> more) {
+        more.insert(more.begin(), {1, program});
+        return postChunks(more);
+    };
+    const std::string corrupt = kCorrupt;
+    const std::pair<ResourceForkBuilder, std::string> kCases[] = {
+        {ResourceForkBuilder().add("NFNT", 1, {}),
+         corrupt + "No POST resources; " + corrupt + "No font dictionary"},
+        {chunks({{2, "x"}}), corrupt + "No end in POST resources"},
+        {chunks({{3, ""}, {9, ""}}), ""},  // what follows the end is not looked at
+        {chunks({{9, "x"}, {5, ""}}), corrupt + "Invalid kind of POST resource 502"},
+        {chunks({}).add("POST", 503, {5, 0}), corrupt + "Missing POST resource 502.  Err= -192"},
+        {chunks({}).add("POST", 502, {1}).add("POST", 503, {5, 1}),
+         corrupt + "Invalid size of POST resource 502; " + corrupt +
+             "Invalid tag of POST resource 503"}};
+    for (const auto& [fork, text] : kCases) {
+        EXPECT_EQ(problems(parse(fork)), text);
+    }
 }
 
 TEST_F(PrinterFont, FilesThatDoNotOpenYieldARecordThatSaysSo) {
-    EXPECT_THAT(diagnosticLines(parseFile(folder.write("plain", "text"))),
-                ElementsAre("error 0 Corrupt Font:  Cannot open file.  Err= -39"));
-    EXPECT_THAT(diagnosticLines(parseFile(folder.path() / "missing")),
-                ElementsAre("error 0 err == noErr"));
+    EXPECT_EQ(problems(parseFile(folder.write("plain", "text"))),
+              std::string(kCorrupt) + "Cannot open file.  Err= -39");
+    EXPECT_EQ(problems(parseFile(folder.path() / "missing")), "error 0 err == noErr");
     EXPECT_FALSE(OxParserPSOutlineImp().inspectFont(folder.path() / "plain"));
 }
 
@@ -121,10 +107,14 @@ TEST_F(PrinterFont, Type3ProgramsMayNameTheFontInAComment) {
         "/BuildGlyph { /FontName /Inside def } bind def\nend\n");
     EXPECT_EQ(font.getAttribute(ePostscriptname), "Acme-Deco");
     EXPECT_EQ(font.getFontType(), OxFont::T3Outline);
-    EXPECT_THAT(font.diagnostics(), IsEmpty());
-    EXPECT_EQ(
-        parse("%%FontName: A\n/FontType 3 def /FontName /B def").getAttribute(ePostscriptname),
-        "B");
+    EXPECT_EQ(problems(font), "");
+    const std::string type3 = "/FontType 3 def ";
+    for (const auto& [program, name] :
+         {std::pair("%%FontName: A\n" + type3 + "/FontName /B def", "B"),
+          {"%%FontName: /A\n%%FontName: B\n" + type3, "A"},  // the first one, without its slash
+          {"%FontName: A\n%%FontName B:\n%%:\n" + type3, "A"}}) {
+        EXPECT_EQ(parse(program).getAttribute(ePostscriptname), name) << program;
+    }
 }
 
 TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
@@ -136,23 +126,37 @@ TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
     EXPECT_EQ(font.getAttribute(eFontVersion), "");
     EXPECT_EQ(font.getAttribute(eCopyright), "copyright");
     EXPECT_EQ(font.getAttribute(ePostscriptname), "A");
-    EXPECT_EQ(parse("/FontInfo 1 dict def FontInfo begin /FullName (A) def end /FontType 1 def")
-                  .getAttribute(eFullname),
-              "A");
-    EXPECT_EQ(parse("/FontInfo << /FullName (A) >> def /FullName (B) /FontType 1 def")
-                  .getAttribute(eFullname),
-              "A");
-    EXPECT_EQ(
-        parse("/FontInfo Known def /FontName /A def /FontType 1 def").getAttribute(ePostscriptname),
-        "A");
+    const struct {
+        const char* program;
+        const char* key;
+        const char* value;
+    } kCases[] = {{"/FontInfo 1 dict def FontInfo begin /FullName (A) def end", eFullname, "A"},
+                  {"/FontInfo << /FullName (A) >> def /FullName (B)", eFullname, "A"},
+                  {"/Private << /FullName (A) >> def", eFullname, ""},
+                  {"/Private 1 dict begin /FullName (A) def end", eFullname, ""},
+                  {"/FontInfo 1 dict begin /a >> /FullName (A) def end", eFullname, ""},
+                  {"/FontInfo Known def /FontName /A def", ePostscriptname, "A"},
+                  {"/FontName /FontName /A def", ePostscriptname, "FontName"},
+                  {"/FontName { /FontName /B def } def /FontName /A def", ePostscriptname, "A"},
+                  {"/a\n%%FontName: Late\n", ePostscriptname, ""},
+                  {"/FontInfo >> 1 dict begin /FullName (A) def end", eFullname, "A"},
+                  {"/FontName (A) def", ePostscriptname, "A"},
+                  {"/FontName def /FontName /A def", ePostscriptname, "A"},
+                  // A key's value may itself be the next key.
+                  {"/FontInfo 1 dict begin /FamilyName /FullName (A) def end", eFullname, "A"}};
+    for (const auto& c : kCases) {
+        EXPECT_EQ(parse(std::string(c.program) + " /FontType 1 def").getAttribute(c.key), c.value)
+            << c.program;
+    }
 }
 
 TEST_F(PrinterFont, AFontTypeThatIsNone) {
-    for (const char* program : {"/FontName /A def", "/FontName /A def /FontType 42 def",
-                                "/FontName /A def /FontType /FontType def"}) {
+    for (const char* program :
+         {"/FontName /A def", "/FontName /A def /FontType 42 def",
+          "/FontName /A def /FontType /FontType def", "/FontInfo 1 dict begin end"}) {
         const OxFont font = parse(program);
         EXPECT_EQ(font.getFontType(), OxFont::T1Outline);
-        EXPECT_THAT(diagnosticLines(font), ElementsAre("error 0 Corrupt Font:  Invalid font type"));
+        EXPECT_EQ(problems(font), std::string(kCorrupt) + "Invalid font type");
     }
 }
 
@@ -162,33 +166,32 @@ TEST_F(PrinterFont, LongNoticesAreKeptWhole) {
     EXPECT_EQ(font.getAttribute(eCopyright).size(), 2000u);
 }
 
-std::vector<std::string> tokensOf(std::string_view program) {
+Lines tokensOf(std::string_view program) {
     PostScriptTokens tokens(program);
-    std::vector<std::string> texts;
+    Lines texts;
     for (auto token = tokens.next(); token.kind != Kind::eEnd; token = tokens.next()) {
         texts.push_back((token.kind == Kind::eString ? "s:" : "") + token.text);
     }
     return texts;
 }
 
-TEST(PostScriptTokens, StringsWithNestingAndEscapes) {
-    EXPECT_THAT(tokensOf("(a(b)c)(\\(\\)\\\\)(\\101\\0612\\7x)(\\n\\q)"),
-                ElementsAre("s:a(b)c", "s:()\\", "s:A12\ax", "s:\nq"));
-    EXPECT_THAT(tokensOf("(a\\\r\nb\\\nc)"), ElementsAre("s:abc"));
-    EXPECT_THAT(tokensOf("(a\rb\r\nc\nd\r)"), ElementsAre("s:a\nb\nc\nd\n"));
-    EXPECT_THAT(tokensOf("(a\r"), ElementsAre("s:a\n"));
-    EXPECT_THAT(tokensOf("(open (still"), ElementsAre("s:open (still"));
-    EXPECT_THAT(tokensOf("(ends in \\"), ElementsAre("s:ends in "));
-}
-
-TEST(PostScriptTokens, EverythingElse) {
-    EXPECT_THAT(
-        tokensOf("a/b/c[1 2]{x}<<k>><41 42>z"),
-        ElementsAre("a", "/b", "/c", "[", "1", "2", "]", "{", "x", "}", "<<", "k", ">>", "z"));
-    EXPECT_THAT(tokensOf("a%one\rb%two\r\nc%three\nd"),
-                ElementsAre("a", "one", "b", "two", "c", "three", "d"));
-    EXPECT_THAT(tokensOf(")>a<41"), ElementsAre(")", ">", "a"));
-    EXPECT_THAT(tokensOf("/"), ElementsAre("/"));
+TEST(PostScriptTokens, TextsAndTheirTokens) {
+    const std::pair<const char*, Lines> kCases[] = {
+        {"(a(b)c)(\\(\\)\\\\)(\\101\\0612\\7x)(\\n\\q)",
+         {"s:a(b)c", "s:()\\", "s:A12\ax", "s:\nq"}},
+        {"(a\\\r\nb\\\nc)", {"s:abc"}},
+        {"(a\rb\r\nc\nd\r)", {"s:a\nb\nc\nd\n"}},
+        {"(a\r", {"s:a\n"}},
+        {"(open (still", {"s:open (still"}},
+        {"(ends in \\", {"s:ends in "}},
+        {"a/b/c[1 2]{x}<<k>><41 42>z",
+         {"a", "/b", "/c", "[", "1", "2", "]", "{", "x", "}", "<<", "k", ">>", "z"}},
+        {"a%one\rb%two\r\nc%three\nd", {"a", "one", "b", "two", "c", "three", "d"}},
+        {")>a<41", {")", ">", "a"}},
+        {"/", {"/"}}};
+    for (const auto& [program, tokens] : kCases) {
+        EXPECT_EQ(tokensOf(program), tokens) << program;
+    }
     PostScriptTokens procedure("{a (}) {b} %}\n c} d");
     procedure.next();
     procedure.skipProcedure();

@@ -1,79 +1,62 @@
 #include "OxParserPostscriptImp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <memory>
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
+#include "UnitTest.h"
 
 namespace {
 
-namespace fs = boost::filesystem;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
-
 class MacPostscript : public testing::Test {
   protected:
-    OxFont parse(const FondBuilder& family, const std::string& name = "Helvetica",
-                 const char* strikeType = "NFNT") {
-        return parse(family.build(), name, strikeType, strike());
-    }
-    OxFont parse(const Bytes& family, const std::string& name, const char* strikeType,
-                 const Bytes& strikeData) {
+    OxFont parse(const Bytes& family, const std::string& name = "Helvetica",
+                 const char* strikeType = "NFNT", const Bytes& strikeData = strike()) {
         const OpenResources open(
             ResourceForkBuilder().add("FOND", 2000, family, name).add(strikeType, 7, strikeData));
         const Handle fond = Get1Resource(kFondType, 2000);
         const AsscEntry entry = FondView(handleBytes(fond)).entry(0).value();
-        OxParserPostscriptImp parser;
-        const std::unique_ptr<boost::ptr_vector<OxFont>> fonts(
-            parser.parseFont(folder.path() / "Suitcase", fond, &entry, 0));
+        const FontList fonts =
+            taken(OxParserPostscriptImp().parseFont(folder.path() / "Suitcase", fond, &entry, 0));
         EXPECT_EQ(CurResFile(), open.reference());
-        EXPECT_EQ(fonts->size(), 1u);
-        return OxFont(fonts->front());
+        EXPECT_THAT(fonts, SizeIs(1));
+        return OxFont(fonts.front());
     }
     TemporaryFolder folder;
 };
 
 TEST_F(MacPostscript, FamilyAndStrikeFillTheRecord) {
     const OxFont font = parse(FondBuilder::helvetica({12, 3, 7}), "Helv\x8Etica");
-    const std::map<std::string, std::string> expected = {
-        {eType, "T1"},
-        {eFoundry, "Unknown"},
-        {eFontFilePath, folder.path().string()},
-        {eFileName, "Suitcase"},
-        {eBasename, "Helv\xC3\xA9tica"},
-        {eDisplayname, "Helv\xC3\xA9tica"},
-        {eResourcename, "Helv\xC3\xA9tica"},
-        {eFamilyname, "Helvetica"},
-        {ePostscriptname, "Helvetica-BoldOblique"},
-        {ePrinterFilePath, "HelveBolObl"},
-        {eMultipleMaster, "NO"},
-        {eSize, "12"},
-        {eStyle, "3"},
-        {eFontId, "7"},
-        {eFntSize, "300"},
-    };
+    const Attributes expected = {{eType, "T1"},
+                                 {eFoundry, "Unknown"},
+                                 {eFontFilePath, folder.path().string()},
+                                 {eFileName, "Suitcase"},
+                                 {eBasename, "Helv\xC3\xA9tica"},
+                                 {eDisplayname, "Helv\xC3\xA9tica"},
+                                 {eResourcename, "Helv\xC3\xA9tica"},
+                                 {eFamilyname, "Helvetica"},
+                                 {ePostscriptname, "Helvetica-BoldOblique"},
+                                 {ePrinterFilePath, "HelveBolObl"},
+                                 {eMultipleMaster, "NO"},
+                                 {eSize, "12"},
+                                 {eStyle, "3"},
+                                 {eFontId, "7"},
+                                 {eFntSize, "300"}};
     EXPECT_EQ(font.attributes(), expected);
     EXPECT_THAT(font.resources(), ElementsAre(Pair(kNfntType, 7), Pair(kFondType, 2000)));
     EXPECT_THAT(font.printerFontPaths, ElementsAre(folder.path() / "HelveBolObl"));
-    EXPECT_THAT(diagnosticLines(font),
-                ElementsAre("error 15310 Missing Printer Font:  HelveBolObl"));
+    EXPECT_EQ(problems(font), "error 15310 Missing Printer Font:  HelveBolObl");
 }
 
 TEST_F(MacPostscript, StrikesAreRecordedWhereTheyAreFound) {
-    const Bytes family = FondBuilder::helvetica({12, 0, 7}).build();
+    const FondBuilder family = FondBuilder::helvetica({12, 0, 7});
     EXPECT_THAT(parse(family, "Helvetica", "FONT", strike()).resources(),
                 ElementsAre(Pair(kFontType, 7), Pair(kFondType, 2000)));
     const OxFont small = parse(family, "Helvetica", "NFNT", strike(299));
     EXPECT_EQ(small.attributes().size(), 2u) << "type and foundry: a bad strike ends the work";
     EXPECT_THAT(small.resources(), ElementsAre(Pair(kNfntType, 7)));
     const OxFont missing = parse(family, "Helvetica", "sfnt", {});
-    EXPECT_THAT(diagnosticLines(missing),
-                ElementsAre("error 0 Corrupt Assoc:  NULL HFNT Resource"));
+    EXPECT_EQ(problems(missing), "error 0 Corrupt Assoc:  NULL HFNT Resource");
     EXPECT_THAT(missing.resources(), IsEmpty());
 }
 
@@ -93,20 +76,10 @@ TEST_F(MacPostscript, MultipleMasterFamilies) {
 }
 
 TEST_F(MacPostscript, AFamilyWithoutStyleTableRaises) {
-    FondBuilder family;
-    family.entries = {{12, 0, 7}};
-    const auto textOf = [this](const Bytes& bytes) -> std::string {
-        try {
-            parse(bytes, "Helvetica", "NFNT", strike());
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "";
-    };
-    EXPECT_EQ(textOf(family.build()), "Corrupt Font:  No Style Table");
-    Bytes atTheEnd = family.build();
-    patch(atTheEnd, FondBuilder::kStyleTableField, 4, 60);
-    EXPECT_EQ(textOf(atTheEnd), "offset < GetHandleSize(inFondH)");
+    Bytes family = FondBuilder::of({{12, 0, 7}});
+    EXPECT_EQ(textOfException([&] { parse(family); }), "Corrupt Font:  No Style Table");
+    patch(family, FondBuilder::kStyleTableField, 4, 60);
+    EXPECT_EQ(textOfException([&] { parse(family); }), "offset < GetHandleSize(inFondH)");
 }
 
 TEST_F(MacPostscript, ThePrinterFontFillsWhatIsEmpty) {
@@ -132,16 +105,15 @@ TEST_F(MacPostscript, ThePrinterFontFillsWhatIsEmpty) {
 TEST_F(MacPostscript, OnlyFilesUnderTheExactNameInTheFolderCount) {
     folder.write("HelveBol.bin", "");
     ASSERT_EQ(mkfifo((folder.path() / "HelveBol").c_str(), 0600), 0);
-    EXPECT_THAT(diagnosticLines(parse(FondBuilder::helvetica({12, 1, 7}))),
-                ElementsAre("error 15310 Missing Printer Font:  HelveBol"));
+    EXPECT_EQ(problems(parse(FondBuilder::helvetica({12, 1, 7}))),
+              "error 15310 Missing Printer Font:  HelveBol");
 
     FondBuilder elsewhere = FondBuilder::helvetica({12, 1, 7});
     elsewhere.names[0] = "Helve";
     elsewhere.names[4] = "/Bol";
     elsewhere.names[3] = "";
     folder.write("Helve/Bol", "");
-    EXPECT_THAT(diagnosticLines(parse(elsewhere)),
-                ElementsAre("error 15310 Missing Printer Font:  Helve/Bol"));
+    EXPECT_EQ(problems(parse(elsewhere)), "error 15310 Missing Printer Font:  Helve/Bol");
 }
 
 TEST_F(MacPostscript, AnEmptyPrinterNameIsTheFolderWhichExists) {

@@ -1,45 +1,35 @@
 #include "OxParserSuitcaseImp.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <memory>
 
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
 #include "OxParserPostscriptImp.h"
+#include "UnitTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
-using testing::SizeIs;
-using Lines = std::vector<std::string>;
-using FontList = boost::ptr_vector<OxFont>;
-
-// A family of outlines has no style table.
 FondBuilder familyOf(std::vector<FondBuilder::Entry> entries) {
-    FondBuilder fond;
-    fond.entries = std::move(entries);
-    return fond;
+    return FondBuilder::of(std::move(entries));
+}
+
+Bytes damagedFamily() {
+    Bytes damaged = familyOf({{0, 0, 4}});
+    patch(damaged, 4, 2, 256);
+    return damaged;
 }
 
 class Suitcase : public testing::Test {
   protected:
-    FontList parse(const ResourceForkBuilder& fork) { return parse(fork.build()); }
-    FontList parse(const Bytes& fork) {
+    FontList parse(const Bytes& fork) { return parse(folder.write("Suitcase", macBinary(fork))); }
+    FontList parse(const fs::path& file) {
         const OpenResources current(ResourceForkBuilder().add("NFNT", 1, {}));
-        const std::unique_ptr<FontList> fonts(
-            parser.parseFontFile(folder.write("Suitcase", macBinary(fork))));
+        FontList fonts = taken(parser.parseFontFile(file));
         EXPECT_EQ(CurResFile(), current.reference()) << "the file that was current is so again";
-        FontList result;
-        result.transfer(result.end(), *fonts);
-        return result;
+        return fonts;
     }
-    static std::vector<std::string> names(const FontList& fonts) {
-        std::vector<std::string> result;
+    static Lines names(const FontList& fonts) {
+        Lines result;
         for (const OxFont& font : fonts) {
             result.push_back(font.getAttribute(eType) + " " + font.getAttribute(ePostscriptname));
         }
@@ -51,26 +41,25 @@ class Suitcase : public testing::Test {
 };
 
 TEST_F(Suitcase, IsKnownByItsFinderTypeAlone) {
-    const Bytes fork = ResourceForkBuilder().add("FOND", 1, {}).build();
-    for (const char* type : {"FFIL", "tfil", "ffil"}) {
+    const Bytes fork = ResourceForkBuilder().add("FOND", 1, {});
+    for (const std::string type : {"FFIL", "tfil", "ffil", "LWFN", "ffIL", "TFIL", "DFIL"}) {
         MacBinaryOptions options;
         options.type = type;
-        EXPECT_TRUE(parser.inspectFont(folder.write("any.txt", macBinary(fork, options)))) << type;
-    }
-    for (const char* type : {"LWFN", "ffIL", "TFIL", "DFIL"}) {
-        MacBinaryOptions options;
-        options.type = type;
-        EXPECT_FALSE(parser.inspectFont(folder.write("A.suit", macBinary(fork, options)))) << type;
+        const bool isSuitcase = type == "FFIL" || type == "tfil" || type == "ffil";
+        for (const char* name : {"any.txt", "A.suit"}) {
+            const fs::path file = folder.write(name, macBinary(fork, options));
+            EXPECT_EQ(parser.inspectFont(file), isSuitcase) << type;
+        }
     }
     folder.write("empty", "");
     folder.write("._empty", appleDouble("FFIL", "DMOV", fork));
     EXPECT_TRUE(parser.inspectFont(folder.path() / "empty"));
-    EXPECT_FALSE(parser.inspectFont(folder.write("bare.suit", fork)));
-    EXPECT_FALSE(parser.inspectFont(folder.path()));
-    EXPECT_FALSE(parser.inspectFont(folder.path() / "missing"));
-    EXPECT_FALSE(parser.inspectFont(""));
-    ASSERT_EQ(mkfifo((folder.path() / "fifo").c_str(), 0600), 0);
-    EXPECT_FALSE(parser.inspectFont(folder.path() / "fifo"));
+    const fs::path fifo = folder.path() / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const fs::path& none : {folder.write("bare.suit", fork), folder.path(),
+                                 folder.path() / "missing", fs::path(), fifo}) {
+        EXPECT_FALSE(parser.inspectFont(none)) << none;
+    }
     EXPECT_FALSE(parser.diagnoseFont("a"));
     EXPECT_FALSE(parser.repairFont("a"));
 }
@@ -79,8 +68,8 @@ TEST_F(Suitcase, OneRecordForEachDistinctFont) {
     FondBuilder family = FondBuilder::helvetica({9, 0, 1});
     family.entries = {{9, 0, 1}, {12, 0, 2}, {12, 1, 3}, {0, 0, 4}, {0, 0, 4}, {0, 1, 5}};
     const auto fonts = parse(ResourceForkBuilder()
-                                 .add("FOND", 10, family.build(), "Helvetica")
-                                 .add("FOND", 11, familyOf({{0, 0, 5}, {0, 0, 4}}).build())
+                                 .add("FOND", 10, family, "Helvetica")
+                                 .add("FOND", 11, familyOf({{0, 0, 5}, {0, 0, 4}}))
                                  .add("NFNT", 1, strike())
                                  .add("NFNT", 2, strike())
                                  .add("NFNT", 3, strike())
@@ -93,44 +82,39 @@ TEST_F(Suitcase, OneRecordForEachDistinctFont) {
 }
 
 TEST_F(Suitcase, DamagedFamiliesYieldARecordEachAndTheWalkGoesOn) {
-    Bytes damaged = familyOf({{0, 0, 4}}).build();
-    patch(damaged, 4, 2, 256);
     ResourceForkBuilder builder;
-    builder.add("FOND", 1, damaged)
+    builder.add("FOND", 1, damagedFamily())
         .add("FOND", 2, compressedResource(), "", 0x01)
-        .add("FOND", 3, familyOf({{0, 0, 4}}).build())
-        .add("FOND", 4, damaged)
-        .add("FOND", 5, familyOf({{0, 0, 4}}).build())
+        .add("FOND", 3, familyOf({{0, 0, 4}}))
+        .add("FOND", 4, damagedFamily())
+        .add("FOND", 5, familyOf({{0, 0, 4}}))
         .add("sfnt", 4, outline());
-    Bytes fork = builder.build();
+    Bytes fork = builder;
     patch(fork, builder.referenceAt(4) + 4, 4, 0x00FFFFFF);  // data outside the fork
     const auto fonts = parse(fork);
     ASSERT_THAT(fonts, SizeIs(5));
-    EXPECT_THAT(diagnosticLines(fonts[0]),
-                ElementsAre("error 0 Corrupt FOND:  Invalid first character"));
+    EXPECT_EQ(problems(fonts[0]), "error 0 Corrupt FOND:  Invalid first character");
     EXPECT_EQ(fonts[0].attributes().size(), 1u) << "\"Foundry\" alone";
-    EXPECT_THAT(diagnosticLines(fonts[1]), ElementsAre("error 0 Corrupt FOND:  -186"));
+    EXPECT_EQ(problems(fonts[1]), "error 0 Corrupt FOND:  -186");
     EXPECT_EQ(fonts[2].getAttribute(ePostscriptname), "AcmeSans-Bold");
     EXPECT_THAT(fonts[3].diagnostics(), SizeIs(1));
-    EXPECT_THAT(diagnosticLines(fonts[4]), ElementsAre("error 0 Corrupt FOND:  -192"));
+    EXPECT_EQ(problems(fonts[4]), "error 0 Corrupt FOND:  -192");
 }
 
 TEST_F(Suitcase, ADamagedFamilysRecordEqualsALaterMissingOutline) {
-    Bytes damaged = familyOf({{0, 0, 4}}).build();
-    patch(damaged, 4, 2, 256);
     const FontList fonts = parse(ResourceForkBuilder()
-                                     .add("FOND", 1, damaged)
-                                     .add("FOND", 2, familyOf({{0, 0, 9}}).build()));
+                                     .add("FOND", 1, damagedFamily())
+                                     .add("FOND", 2, familyOf({{0, 0, 9}})));
     EXPECT_THAT(fonts, SizeIs(1)) << "no name and no type: both are the same font";
 }
 
 TEST_F(Suitcase, EntriesOutsideTheFamilyAreNotWalked) {
-    Bytes fond = familyOf({{0, 0, 8}}).build();
+    Bytes fond = familyOf({{0, 0, 8}});
     ASSERT_EQ(fond.size(), 60u);
     patch(fond, FondBuilder::kCountField, 2, 50);
     const auto fonts = parse(ResourceForkBuilder().add("FOND", 1, fond));
     ASSERT_THAT(fonts, SizeIs(1));
-    EXPECT_THAT(diagnosticLines(fonts[0]), ElementsAre("error 0 Missing sfnt resource"));
+    EXPECT_EQ(problems(fonts[0]), "error 0 Missing sfnt resource");
     fond.resize(59);
     EXPECT_THAT(parse(ResourceForkBuilder().add("FOND", 1, fond)), IsEmpty());
     EXPECT_THAT(parse(ResourceForkBuilder().add("FOND", 1, {})), IsEmpty());
@@ -138,8 +122,8 @@ TEST_F(Suitcase, EntriesOutsideTheFamilyAreNotWalked) {
 
 TEST_F(Suitcase, AFamilyWithoutStyleTableEndsTheWalkOnTheLastRecord) {
     ResourceForkBuilder builder;
-    builder.add("FOND", 1, familyOf({{0, 0, 4}, {0, 0, 5}, {9, 0, 1}}).build())
-        .add("FOND", 2, familyOf({{0, 0, 6}}).build())
+    builder.add("FOND", 1, familyOf({{0, 0, 4}, {0, 0, 5}, {9, 0, 1}}))
+        .add("FOND", 2, familyOf({{0, 0, 6}}))
         .add("NFNT", 1, strike())
         .add("sfnt", 4, outline("A"))
         .add("sfnt", 5, outline("B"))
@@ -147,10 +131,10 @@ TEST_F(Suitcase, AFamilyWithoutStyleTableEndsTheWalkOnTheLastRecord) {
     const auto fonts = parse(builder);
     EXPECT_THAT(names(fonts), ElementsAre("TTF A", "TTF B"));
     EXPECT_THAT(fonts[0].diagnostics(), IsEmpty());
-    EXPECT_THAT(diagnosticLines(fonts[1]), ElementsAre("error 0 Corrupt Font:  No Style Table"));
+    EXPECT_EQ(problems(fonts[1]), "error 0 Corrupt Font:  No Style Table");
 
     EXPECT_THAT(parse(ResourceForkBuilder()
-                          .add("FOND", 1, familyOf({{9, 0, 1}, {0, 0, 4}}).build())
+                          .add("FOND", 1, familyOf({{9, 0, 1}, {0, 0, 4}}))
                           .add("NFNT", 1, strike())
                           .add("sfnt", 4, outline("A"))),
                 IsEmpty())
@@ -160,12 +144,9 @@ TEST_F(Suitcase, AFamilyWithoutStyleTableEndsTheWalkOnTheLastRecord) {
 TEST_F(Suitcase, OneThatDoesNotOpenOrHoldsNoFamilyIsEmpty) {
     EXPECT_THAT(parse(ResourceForkBuilder().add("sfnt", 4, outline())), IsEmpty());
     EXPECT_THAT(parse(placeholderFork()), IsEmpty());
-    const OpenResources current(ResourceForkBuilder().add("NFNT", 1, {}));
-    for (const auto& file :
+    for (const fs::path& file :
          {folder.write("plain", "no fork"), folder.path() / "missing", folder.path()}) {
-        const std::unique_ptr<FontList> fonts(parser.parseFontFile(file));
-        EXPECT_THAT(*fonts, IsEmpty());
-        EXPECT_EQ(CurResFile(), current.reference());
+        EXPECT_THAT(parse(file), IsEmpty());
     }
 }
 
@@ -187,7 +168,7 @@ TEST_F(Suitcase, ManyFamiliesThatShareAFontCostLittle) {
     ResourceForkBuilder builder;
     std::vector<FondBuilder::Entry> entries(51, {0, 0, 4});
     for (int id = 0; id < 1000; ++id) {
-        builder.add("FOND", id, familyOf(entries).build());
+        builder.add("FOND", id, familyOf(entries));
     }
     builder.add("sfnt", 4, outline("A", 1 << 20));
     EXPECT_THAT(names(parse(builder)), ElementsAre("TTF A"));
@@ -227,16 +208,16 @@ TEST_F(Suitcase, MultipleMasterFamiliesAreGathered) {
     fonts.push_back(new OxFont(record("Plain", OxFont::T1, "Plain")));
     fonts[0].addResource(kFondType, 1);
     fonts[1].addResource(kFondType, 2);
-    const std::unique_ptr<FontList> families(parser.collectMultipleMasterFonts(fonts));
-    ASSERT_THAT(*families, SizeIs(1));
-    EXPECT_THAT(families->front().resources(), ElementsAre(Pair(kFondType, 1), Pair(kFondType, 2)));
+    FontList families = taken(parser.collectMultipleMasterFonts(fonts));
+    ASSERT_THAT(families, SizeIs(1));
+    EXPECT_THAT(families.front().resources(), ElementsAre(Pair(kFondType, 1), Pair(kFondType, 2)));
 
     const OpenResources open(ResourceForkBuilder()
                                  .add("FOND", 7, {}, "%MMyriadMM_400")
                                  .add("FOND", 8, {}, "%MOther_400")
                                  .add("FOND", 9, {}, "MyriadMM_400"));
-    parser.addMultipleMasterStemResources(&families->front());
-    EXPECT_EQ(families->front().getResourceByType(kFondType), std::pair(int{kFondType}, 7));
+    parser.addMultipleMasterStemResources(&families.front());
+    EXPECT_EQ(families.front().getResourceByType(kFondType), std::pair(int{kFondType}, 7));
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ void checkBelow(const fs::path& destination, const fs::path& output) {
 }
 
 // A family, a foundry and a file name of a font; destinations of several shapes.
-void run(ByteView input) {
+FUZZ_TARGET(ImportPath) {
     InputParts parts(input);
     const std::string family = parts.shortText();
     const std::string foundry = parts.shortText();
@@ -96,7 +96,5 @@ void run(ByteView input) {
     // The destination is the host's, and so has no zero byte.
     checkBelow("/" + std::string(family.c_str()), "/" + foundry);
 }
-
-const FuzzTarget target("ImportPath", run);
 
 }  // namespace
