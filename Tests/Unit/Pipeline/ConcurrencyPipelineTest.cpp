@@ -160,7 +160,7 @@ TEST_F(ConcurrencyPipeline, AHostMayChangeTheGlobalLocaleWhileAScanRuns) {
             [&](int, int, const boost::shared_ptr<OxFont>& font) {
                 std::string record = problems(*font);
                 for (const auto& [key, value] : font->attributes()) {
-                    record += "\n" + key + "=" + value;
+                    record.append("\n").append(key).append("=").append(value);
                 }
                 records.push_back(record);
             });

@@ -272,7 +272,7 @@ TEST(ResourceFile, SurvivesTruncationAndMutations) {
                     patch(fork, std::min(at, fork.size() - 2), 2, below(0x10000));
                     break;
                 default:
-                    patch(fork, 4 * below(4), 4, below(fork.size() + 8));
+                    patch(fork, std::size_t{4} * below(4), 4, below(fork.size() + 8));
             }
         }
         if (below(8) == 0) {

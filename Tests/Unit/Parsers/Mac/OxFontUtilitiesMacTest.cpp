@@ -81,18 +81,18 @@ TEST(ValidateAssoc, LooksForTheResourceOfTheSize) {
     const struct {
         const char* type;
         Bytes data;
-        short size;
         std::string outcome;
-        int fontType;
         Resources resources;
         const char* fontSize;
+        int fontType;
+        short size;
     } kCases[] = {
-        {"sfnt", Bytes(4999), 0, "fails ", OxFont::TT, {{kSfntType, 7}}, ""},
-        {"sfnt", Bytes(5000), 0, "passes ", OxFont::TT, {{kSfntType, 7}}, "5000"},
-        {"NFNT", strike(), 0, "fails ", OxFont::TT, {}, ""},   // no outline: sets the type only
-        {"POST", {}, -1, "passes ", OxFont::notSure, {}, ""},  // a negative size is not looked at
-        {"FONT", strike(), 9, "passes ", OxFont::T1, strikes, "300"},
-        {"sfnt", {}, 9, missing, OxFont::T1, strikes, ""}};
+        {"sfnt", Bytes(4999), "fails ", {{kSfntType, 7}}, "", OxFont::TT, 0},
+        {"sfnt", Bytes(5000), "passes ", {{kSfntType, 7}}, "5000", OxFont::TT, 0},
+        {"NFNT", strike(), "fails ", {}, "", OxFont::TT, 0},   // no outline: sets the type only
+        {"POST", {}, "passes ", {}, "", OxFont::notSure, -1},  // a negative size is not looked at
+        {"FONT", strike(), "passes ", strikes, "300", OxFont::T1, 9},
+        {"sfnt", {}, missing, strikes, "", OxFont::T1, 9}};
     for (const auto& c : kCases) {
         const OpenResources open(ResourceForkBuilder().add(c.type, 7, c.data));
         OxFont font;

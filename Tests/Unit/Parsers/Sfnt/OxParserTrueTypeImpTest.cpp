@@ -57,12 +57,12 @@ TEST_F(TrueTypeParser, AGoodFontHasItsAttributesAndNoDiagnostics) {
 TEST_F(TrueTypeParser, TheVersionDecidesPlatformAndType) {
     const struct {
         std::uint32_t version;
-        const char* platform;
         int type;
+        const char* platform;
         const char* problems;
-    } kCases[] = {{0x00010000, "MacOrWindows", 5, ""},  {code("OTTO"), "Open Type", 8, ""},
-                  {code("true"), "Macintosh", 5, ""},   {code("typ1"), "Macintosh", 0, ""},
-                  {code("ttcf"), "", 5, "error -1003"}, {0x00020000, "", 5, "error -1003"}};
+    } kCases[] = {{0x00010000, 5, "MacOrWindows", ""},  {code("OTTO"), 8, "Open Type", ""},
+                  {code("true"), 5, "Macintosh", ""},   {code("typ1"), 0, "Macintosh", ""},
+                  {code("ttcf"), 5, "", "error -1003"}, {0x00020000, 5, "", "error -1003"}};
     for (const auto& c : kCases) {
         const OxFont font = one(goodFont().version(c.version));
         EXPECT_EQ(font.getAttribute(ePlatform), c.platform);
@@ -251,8 +251,8 @@ TEST_F(TrueTypeParser, OS2IsConvertedByGroupsOfItsLength) {
         SfntBuilder font = goodFont().table("OS/2", os2).table("hhea", Bytes(36));
         const auto from68 = os2.begin() + 68;
         font["OS/2"].length = length;
-        font["OS/2"].checksum =
-            SfntBuilder::checksum(Bytes(os2.begin(), os2.begin() + (length + 3) / 4 * 4));
+        font["OS/2"].checksum = SfntBuilder::checksum(
+            Bytes(os2.begin(), os2.begin() + std::ptrdiff_t{4} * ((length + 3) / 4)));
         // 'hhea' looks at the bytes from 68 on; its checksum shows which of them were converted.
         Bytes expected(from68, os2.end());
         font["hhea"].offset = placeOf(expected, font);
