@@ -25,6 +25,10 @@ void Progress::walking(int filesFound) {
 
 void Progress::parsing(int filesParsed, int totalFiles) {
     const std::lock_guard lock(mutex_);
+    if (!parsing_) {
+        parsing_ = true;
+        lastShown_ = {};  // what was shown last is about the walk
+    }
     if (due()) {
         console_.showStatus(parsingText(filesParsed, totalFiles) + "  " + leafName(file_));
     }

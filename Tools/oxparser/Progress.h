@@ -8,7 +8,8 @@
 #include "Options.h"
 
 /// How far a scan has come, for somebody who waits: counts and the current file. Redrawn at most
-/// ten times a second on a terminal; a line a second elsewhere. Safe from any thread.
+/// ten times a second on a terminal; a line a second elsewhere; once more when parsing begins. Safe
+/// from any thread.
 class Progress {
   public:
     Progress(Console& console, ProgressMode mode);
@@ -36,6 +37,7 @@ class Progress {
     const bool enabled_;
     std::mutex mutex_;
     Clock::time_point lastShown_{};
+    bool parsing_ = false;
     std::string file_;
     std::string extra_;
     int fonts_ = 0;
