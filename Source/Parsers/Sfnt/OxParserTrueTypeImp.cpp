@@ -21,6 +21,7 @@ namespace fs = boost::filesystem;
 using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kCategory[] = "OxParserTrueTypeImp";
+constexpr char kExtension[] = ".TTF";
 constexpr std::uint64_t kShortestFile = 28;
 constexpr std::uint32_t kHeadMagic = 0x5F0F3CF5;
 constexpr std::size_t kCopyrightLookUp = 4095;  // characters of a copyright that are looked at
@@ -197,7 +198,11 @@ FontList* OxParserTrueTypeImp::parseFontFile(fs::path file) {
 }
 
 bool OxParserTrueTypeImp::inspectFont(fs::path file) {
-    return hasExtension(file, ".TTF");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserTrueTypeImp::readsWhole(const fs::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 bool OxParserTrueTypeImp::diagnoseFont(fs::path /*file*/) {
