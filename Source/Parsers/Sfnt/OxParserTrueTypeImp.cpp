@@ -444,7 +444,9 @@ std::uint32_t OxParserTrueTypeImp::calcTableChecksum(const std::uint32_t* data,
 
 void OxParserTrueTypeImp::compareChecksum(const SfntTable& table,
                                           const ttf::tagTableDirectory& record, OxFont& font) {
-    tableBytesSummed_ += record.length;
+    if (static_cast<std::int32_t>(record.length) > 0) {  // others have no sum
+        tableBytesSummed_ += record.length;
+    }
     const std::uint32_t sum = image_.checksum(record.offset, record.length);
     if (sum != record.checkSum) {
         font.addDiagnostic(eWarning, table.checksumCode,
