@@ -9,8 +9,10 @@
 #include <log4cpp/PropertyConfigurator.hh>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <tuple>
 
+#include "ByteBuffer.h"
 #include "FontFoundryList.h"
 #include "LibraryResources.h"
 #include "Log.h"
@@ -187,6 +189,9 @@ void OxParser::removeParserImp(OxParserImp* imp) {
         std::find_if(parsers_.begin(), parsers_.end(),
                      [imp](const OxParserImp& registered) { return &registered == imp; });
     if (found != parsers_.end()) {
+        if (lastParser_ == imp) {
+            lastParser_ = nullptr;
+        }
         parsers_.erase(found);
     }
 }
@@ -207,10 +212,25 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
     } const count{filesParsed_};
     for (OxParserImp& parser : parsers_) {
         if (parser.inspectFont(file)) {
-            return parser.parseFontFile(file);
+            return parseWith(parser, file);
         }
     }
     return nullptr;
+}
+
+// The memory for a whole file goes from parser to parser, or back to the system.
+boost::ptr_vector<OxFont>* OxParser::parseWith(OxParserImp& parser, const fs::path& file) {
+    std::optional<ByteBuffer::Spare> spare;
+    if (lastParser_ != &parser) {
+        if (parser.readsWhole(file)) {
+            spare.emplace();
+        }
+        if (lastParser_ != nullptr) {
+            lastParser_->releaseMemory();
+        }
+        lastParser_ = &parser;
+    }
+    return parser.parseFontFile(file);
 }
 
 // The helpers end before the consumer does, and so before the coordinator.
