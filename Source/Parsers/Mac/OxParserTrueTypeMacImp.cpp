@@ -28,6 +28,10 @@ OxParserTrueTypeMacImp::OxParserTrueTypeMacImp() : OxParserTrueTypeImp(0) {}
 
 OxParserTrueTypeMacImp::~OxParserTrueTypeMacImp() = default;
 
+bool OxParserTrueTypeMacImp::readsWhole(const fs::path& /*file*/) const {
+    return false;
+}
+
 FontList* OxParserTrueTypeMacImp::parseFont(const fs::path& file, char** /*fondHandle*/,
                                             const AsscEntry* entry, int mode) {
     auto fonts = std::make_unique<FontList>();

@@ -10,6 +10,7 @@ namespace {
 namespace fs = boost::filesystem;
 
 constexpr char kCategory[] = "OxParserOpenTypeImp";
+constexpr char kExtension[] = ".OTF";
 
 constexpr SfntFormat::Version kVersions[] = {
     {fourCharCode("OTTO"), -1, "Open Type"},
@@ -33,7 +34,11 @@ boost::ptr_vector<OxFont>* OxParserOpenTypeImp::parseFontFile(fs::path file) {
 }
 
 bool OxParserOpenTypeImp::inspectFont(fs::path file) {
-    return hasExtension(file, ".OTF");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserOpenTypeImp::readsWhole(const fs::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 boost::ptr_vector<OxFont>* OxParserOpenTypeImp::validate(const fs::path& file) {

@@ -15,6 +15,7 @@ namespace fs = boost::filesystem;
 using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kCategory[] = "OxParserTrueTypeCollectionImp";
+constexpr char kExtension[] = ".TTC";
 constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::TTC};
 
 constexpr std::uint64_t kHeaderSize = 12;
@@ -55,7 +56,11 @@ FontList* OxParserTrueTypeCollectionImp::parseFontFile(fs::path file) {
 }
 
 bool OxParserTrueTypeCollectionImp::inspectFont(fs::path file) {
-    return hasExtension(file, ".TTC");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserTrueTypeCollectionImp::readsWhole(const fs::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {

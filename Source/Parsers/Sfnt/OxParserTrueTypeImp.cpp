@@ -13,6 +13,7 @@ namespace fs = boost::filesystem;
 using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kCategory[] = "OxParserTrueTypeImp";
+constexpr char kExtension[] = ".TTF";
 
 constexpr SfntFormat::Version kFileVersions[] = {
     {kTrueTypeVersion, -1, "MacOrWindows"},
@@ -45,7 +46,11 @@ FontList* OxParserTrueTypeImp::parseFontFile(fs::path file) {
 }
 
 bool OxParserTrueTypeImp::inspectFont(fs::path file) {
-    return hasExtension(file, ".TTF");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserTrueTypeImp::readsWhole(const fs::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 bool OxParserTrueTypeImp::diagnoseFont(fs::path /*file*/) {

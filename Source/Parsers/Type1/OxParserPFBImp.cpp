@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr char kExtension[] = ".PFB";
 constexpr int kNoStatus = -1001;
 constexpr int kReadFailed = -1003;
 
@@ -41,7 +42,11 @@ boost::ptr_vector<OxFont>* OxParserPFBImp::parseFontFile(boost::filesystem::path
 }
 
 bool OxParserPFBImp::inspectFont(boost::filesystem::path file) {
-    return hasExtension(file, ".PFB");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserPFBImp::readsWhole(const boost::filesystem::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 bool OxParserPFBImp::diagnoseFont(boost::filesystem::path /*file*/) {

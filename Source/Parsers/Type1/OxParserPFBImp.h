@@ -19,6 +19,7 @@ class OXPARSER_EXPORT OxParserPFBImp : public OxParserImp {
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     /// True for the extension ".pfb" in any case.
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
     /// Does nothing and returns true.
     bool diagnoseFont(boost::filesystem::path file) override;
     /// Does nothing and returns true.
