@@ -15,6 +15,10 @@ bool OxParserImp::inspectFont(boost::filesystem::path /*file*/) {
     return false;
 }
 
+bool OxParserImp::readsWhole(const boost::filesystem::path& /*file*/) const {
+    return false;
+}
+
 bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
     return false;
 }

@@ -25,6 +25,11 @@ class OXPARSER_EXPORT OxParserImp {
     virtual boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file);
     /// True when this parser takes the file. Cheap; makes no records.
     virtual bool inspectFont(boost::filesystem::path file);
+    /// True when parseFontFile reads such a file from its first byte to its last, so that it is
+    /// worth reading before its turn. May look at the name alone: it is called from any thread, at
+    /// any time while the parser is registered. A wrong answer costs time and changes no record.
+    /// The base answers false.
+    virtual bool readsWhole(const boost::filesystem::path& file) const;
     /// Reserved.
     virtual bool diagnoseFont(boost::filesystem::path file);
     /// Reserved.

@@ -22,7 +22,6 @@
 #include "OxParserSuitcaseImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "OxParserTrueTypeImp.h"
-#include "ParserSupport.h"
 
 namespace {
 
@@ -34,13 +33,6 @@ constexpr int kMostQueuedRecords = 32;
 const LogChannel& logChannel() {
     static const LogChannel channel("OxParser");
     return channel;
-}
-
-// Whether the parser of such a file reads the whole of it.
-bool isReadWhole(const fs::path& file) {
-    constexpr const char* kExtensions[] = {".TTF", ".OTF", ".TTC", ".PFB"};
-    return std::any_of(std::begin(kExtensions), std::end(kExtensions),
-                       [&file](const char* extension) { return hasExtension(file, extension); });
 }
 
 enum class FoundryFile { Names, Codes };
@@ -184,6 +176,7 @@ void OxParser::loadFoundryList() {
 
 void OxParser::addParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
+    const boost::lock_guard<boost::mutex> registryLock(registry_);
     parsers_.push_back(imp);
     // A parser is at work with the mutex held; what it tells waits until that is released.
     imp->setFileErrorReport([this](const fs::path& file, const std::string& reason) {
@@ -196,6 +189,7 @@ void OxParser::addParserImp(OxParserImp* imp) {
 
 void OxParser::removeParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
+    const boost::lock_guard<boost::mutex> registryLock(registry_);
     const auto found =
         std::find_if(parsers_.begin(), parsers_.end(),
                      [imp](const OxParserImp& registered) { return &registered == imp; });
@@ -233,15 +227,19 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
     return fonts.release();
 }
 
-std::unique_ptr<LookAhead> OxParser::startLookAhead() const {
+// The helpers end before the consumer does, and so before the coordinator.
+std::unique_ptr<LookAhead> OxParser::startLookAhead() {
     if (lookAheadHelpers_ == 0) {
         return nullptr;
     }
-    const auto pathOf = [paths = pathQueue_](std::size_t number) {
-        std::optional<fs::path> file = paths->peek(number);
-        return file && !isReadWhole(*file) ? fs::path() : std::move(file);
-    };
-    return std::make_unique<LookAhead>(lookAheadHelpers_, lookAheadBudget_, pathOf);
+    return std::make_unique<LookAhead>(lookAheadHelpers_, lookAheadBudget_, *pathQueue_,
+                                       [this](const fs::path& file) { return readsWhole(file); });
+}
+
+bool OxParser::readsWhole(const fs::path& file) {
+    const boost::lock_guard<boost::mutex> lock(registry_);
+    return std::any_of(parsers_.begin(), parsers_.end(),
+                       [&file](const OxParserImp& parser) { return parser.readsWhole(file); });
 }
 
 void OxParser::run() {
@@ -290,6 +288,17 @@ void OxParser::NotifyFileCompletion(bool cancelled) {
 
 void OxParser::NotifyFontProgress(int parsed, int total, boost::shared_ptr<OxFont> font) {
     const NotificationTurn turn(*this);
+    callFontProgress(parsed, total, font);
+}
+
+// Several records, each through callFontProgress, in one turn: every turn makes the two threads
+// wait for each other.
+void OxParser::reportRecords(const std::function<void()>& report) {
+    const NotificationTurn turn(*this);
+    report();
+}
+
+void OxParser::callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font) {
     for (const FontProgressCallback& callback : fontProgressCallbacks) {
         callback(parsed, total, font);
     }

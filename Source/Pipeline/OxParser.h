@@ -9,6 +9,7 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <queue>
 #include <string>
@@ -72,6 +73,8 @@ class OXPARSER_EXPORT OxParser {
     void loadFoundryList();
 
     /// Appends a parser to the registry, which owns it from then on and passes its file errors on.
+    /// Like removeParserImp, to be called from any thread but out of a callback or a parser; waits
+    /// for the file in hand.
     void addParserImp(OxParserImp* imp);
     /// Removes and deletes exactly this parser; does nothing when it is not registered.
     void removeParserImp(OxParserImp* imp);
@@ -80,7 +83,9 @@ class OXPARSER_EXPORT OxParser {
     /// told to fileErrorCallbacks before this returns.
     boost::ptr_vector<OxFont>* parseFile(const boost::filesystem::path& file);
 
-    /// Walks all sources, then starts the parsing threads and returns.
+    /// Walks all sources, then starts the parsing threads and returns. Raises
+    /// boost::thread_resource_error when a thread cannot be made: none is left then, and callbacks
+    /// that have not come will not.
     void run();
     /// Ends the scan early; neither waits nor joins. Callable from any thread, but not from a
     /// callback.
@@ -128,7 +133,10 @@ class OXPARSER_EXPORT OxParser {
     void recordQueued() { ++queuedRecords_; }
     void recordTaken() { --queuedRecords_; }
     bool notificationsGoFirst() const;
-    std::unique_ptr<LookAhead> startLookAhead() const;
+    std::unique_ptr<LookAhead> startLookAhead();
+    bool readsWhole(const boost::filesystem::path& file);
+    void reportRecords(const std::function<void()>& report);
+    void callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font);
 
     std::unique_ptr<OxFileFactory> fileFactory_;
     std::unique_ptr<OxFontFactory> fontFactory_;
@@ -137,6 +145,9 @@ class OXPARSER_EXPORT OxParser {
     std::queue<boost::filesystem::path> sources_;
     boost::ptr_vector<OxParserImp> parsers_;
     boost::mutex mutex_;
+    // Who changes the registry holds this as well as mutex_, which a parse keeps to its end:
+    // helpers ask the parsers meanwhile.
+    boost::mutex registry_;
     std::atomic<int> filesParsed_{-1};
     std::atomic<int> totalFiles_{-1};
 

@@ -238,6 +238,16 @@ class FaultTest(ProgramTest):
         self.unharmed(files, "victim.ttf")
         self.assertEqual(files["victim.ttf"][0][0], [("error", -1003)])
 
+    def test_a_thread_that_cannot_be_made_ends_the_scan_in_order(self):
+        # The program's own, the walk's, the two of the parsing side, then the helpers.
+        for number in range(1, 5):
+            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT="thread EAGAIN %d" % number)
+            out, err = self.run_program("scan", "--format", "jsonl", "fonts", status=1)
+            self.assertEqual(out, "", number)
+            self.assertIn("Resource temporarily unavailable", err, number)
+        for number in range(5, 9):
+            self.assertEqual(self.scan("thread EAGAIN %d" % number), self.good, number)
+
     def test_a_process_without_descriptors_ends_in_order(self):
         for most in list(range(4, 13)) + [64]:
             def limit(most=most):

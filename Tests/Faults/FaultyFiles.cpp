@@ -1,6 +1,7 @@
 // Loaded before the C library (LD_PRELOAD), makes calls on one file or folder go wrong.
 //
 //     OXPARSER_FAULT="CALL ACTION SUFFIX [OFFSET]"
+//     OXPARSER_FAULT="thread ERROR NUMBER"
 //
 // CALL is open, read, close, list (a folder), attributes (the list of a file's) or attribute (the
 // value of one). SUFFIX is how the path ends that is meant. ACTION is the name of an error, each
@@ -8,9 +9,12 @@
 // for reads that give a few bytes or are interrupted every other time; or what is done to the file
 // itself, once and for real, right before the call: truncate, grow, unlink, forbid or remove (a
 // folder with all in it). Bytes of the file before OFFSET are read as they should be.
+//
+// The second form fails the making of one thread, the first of the process being number 1.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -51,14 +55,17 @@ Function* next(const char* name) {
 
 std::string pathOf(int descriptor) {
     char path[4096];
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    const std::string link = "/proc/thread-self/fd/" + std::to_string(descriptor);
     const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
     return length > 0 ? std::string(path, static_cast<std::size_t>(length)) : std::string();
 }
 
 int errorOf(const std::string& action) {
-    static const auto& errors = *new std::map<std::string, int>{
-        {"EIO", EIO}, {"EACCES", EACCES}, {"EMFILE", EMFILE}, {"ENOMEM", ENOMEM}};
+    static const auto& errors = *new std::map<std::string, int>{{"EIO", EIO},
+                                                                {"EACCES", EACCES},
+                                                                {"EMFILE", EMFILE},
+                                                                {"ENOMEM", ENOMEM},
+                                                                {"EAGAIN", EAGAIN}};
     const auto found = errors.find(action);
     return found != errors.end() ? found->second : 0;
 }
@@ -204,6 +211,14 @@ ssize_t listxattr(const char* path, char* list, size_t size) {
 }
 ssize_t getxattr(const char* path, const char* name, void* value, size_t size) {
     return faultyAttribute(path, name, value, size);
+}
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                   void* argument) {
+    using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static auto* const real = next<Create>("pthread_create");
+    static std::atomic<int> threads{0};
+    const bool isMeant = fault().call == "thread" && std::to_string(++threads) == fault().suffix;
+    return isMeant ? errorOf(fault().action) : real(thread, attributes, body, argument);
 }
 dirent* readdir(DIR* folder) {
     return faultyList<dirent>(folder, "readdir");

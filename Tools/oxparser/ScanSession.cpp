@@ -50,14 +50,15 @@ ScanSession::ScanSession(const Options& options, Output& output, Console& consol
 void ScanSession::run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
                       const ResultMaker& makeResult) {
     connect(parser, makeResult);
-    interruption_.attach([&parser] { parser.cancel(); });
-    if (interruption_.requested()) {
-        summary_.cancelled = true;
-    } else {
-        start();
-        writeUntilComplete(parser, writer);
+    {
+        const Interruption::Attachment attachment(interruption_, [&parser] { parser.cancel(); });
+        if (interruption_.requested()) {
+            summary_.cancelled = true;
+        } else {
+            start();
+            writeUntilComplete(parser, writer);
+        }
     }
-    interruption_.detach();
     // A cancellation during the walk is not told to the font completion callbacks.
     summary_.cancelled = summary_.cancelled || interruption_.requested();
     summary_.filesParsed = std::max(0, parser.filesParsed());

@@ -1,3 +1,4 @@
+#include <future>
 #include <random>
 
 #include "BlockPool.h"
@@ -33,11 +34,13 @@ class ConcurrencyLookAhead : public testing::Test {
                       [this] { return static_cast<std::uint8_t>(random_()); });
         return bytes;
     }
-    LookAhead::PathOf paths() {
-        return [this](std::size_t number) {
-            return number < files_.size() ? std::optional(files_[number]) : std::nullopt;
-        };
+    /// The files as the reader's queue.
+    void queueFiles(LookAhead::PathQueue& queue) {
+        for (const fs::path& file : files_) {
+            queue.push(file);
+        }
     }
+    static bool readsAll(const fs::path& /*file*/) { return true; }
     void addFiles(std::size_t count, std::size_t largest) {
         for (std::size_t i = 0; i < count; ++i) {
             const std::string name = "file" + std::to_string(files_.size());
@@ -59,9 +62,13 @@ TEST_F(ConcurrencyLookAhead, TheReaderSeesEachFileAsItIsAtItsTurn) {
     files_.emplace_back();
     addFiles(60, 200'000);
 
-    LookAhead lookAhead(3, kBudget, paths());
+    LookAhead::PathQueue queue;
+    queueFiles(queue);
+    LookAhead lookAhead(3, kBudget, queue, readsAll);
     ByteBuffer kept;
+    fs::path taken;
     for (std::size_t i = 0; i < files_.size(); ++i) {
+        queue.wait_and_pop(taken);
         if (i % 7 == 3 && i < 80) {
             folder_.write(files_[i].filename().string(), randomBytes(random_() % 5'000));
         } else if (i % 7 == 5 && i < 80) {
@@ -80,13 +87,34 @@ TEST_F(ConcurrencyLookAhead, TheReaderSeesEachFileAsItIsAtItsTurn) {
 TEST_F(ConcurrencyLookAhead, EndsAtAnyMoment) {
     addFiles(40, 300'000);
     for (std::size_t turns = 0; turns < files_.size(); ++turns) {
-        LookAhead lookAhead(2, kBudget, paths());
+        LookAhead::PathQueue queue;
+        queueFiles(queue);
+        LookAhead lookAhead(2, kBudget, queue, readsAll);
         ByteBuffer buffer;
+        fs::path taken;
         for (std::size_t i = 0; i < turns; ++i) {
+            queue.wait_and_pop(taken);
             const LookAhead::Turn turn(lookAhead, i);
             ASSERT_TRUE(contentOf(files_[i], buffer, 0).opened);
         }
     }
+}
+
+// The reader has taken the first path, but its turn has not begun, when the helper asks for it.
+TEST_F(ConcurrencyLookAhead, APathThatWasJustTakenIsNotTheEnd) {
+    addFiles(2, 100);
+    LookAhead::PathQueue queue;
+    queueFiles(queue);
+    fs::path taken;
+    queue.wait_and_pop(taken);
+    std::promise<fs::path> asked;
+    const LookAhead lookAhead(1, kBudget, queue, [&asked](const fs::path& file) {
+        asked.set_value(file);
+        return false;
+    });
+    std::future<fs::path> next = asked.get_future();
+    ASSERT_EQ(next.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    EXPECT_EQ(next.get(), files_[1]);
 }
 
 // What was read or digested ahead is not read or digested again: of a file that is written to

@@ -14,31 +14,33 @@
 #include "BlockPool.h"
 #include "FileBytes.h"
 #include "FileReading.h"
+#include "OxQueue.h"
 
 /// Helper threads that read and digest files before their turn comes, several files side by side.
 ///
-/// The files have an order, and one thread (the reader) takes them in that order, one Turn each.
-/// While a Turn is open, FileBytes::readAll on the reader's thread is given what a helper has read,
-/// if the file has not changed since; it reads the file itself whenever there is nothing.
-/// So the reader sees the same bytes and errors as without helpers.
+/// One thread (the reader) takes the paths from a queue and opens one Turn for each. While a Turn
+/// is open, FileBytes::readAll on the reader's thread is given what a helper has read, if the file
+/// has not changed since; it reads the file itself whenever there is nothing. So the reader sees
+/// the same bytes and errors as without helpers. Helpers never use descriptors that others could
+/// need: each has a table of its own.
 class LookAhead {
   public:
-    /// The path of the file with this number, counted from 0; nothing when there is none any more.
-    /// An empty path is passed over. Called from the helpers.
-    using PathOf = std::function<std::optional<boost::filesystem::path>(std::size_t number)>;
+    using PathQueue = OxQueue<boost::filesystem::path>;
+    /// Whether the reader will read such a file whole. Called from the helpers.
+    using ReadsWhole = std::function<bool(const boost::filesystem::path&)>;
 
-    /// Starts `helpers` threads, or as many as the system allows. What is being read or waits for
-    /// the reader takes at most `budget` bytes together, besides a piece of each file in hand. A
-    /// file that finds no room there is only digested ahead, which takes much longer than to read
-    /// it once more.
-    LookAhead(unsigned helpers, std::size_t budget, PathOf pathOf);
+    /// Starts `helpers` threads, or as many as the system allows. `paths` must outlive them; nobody
+    /// but the reader may take from it. What is being read or waits for the reader takes at most
+    /// `budget` bytes together, besides a piece of each file in hand. A file that finds no room
+    /// there is only digested ahead, which takes much longer than to read it once more.
+    LookAhead(unsigned helpers, std::size_t budget, const PathQueue& paths, ReadsWhole readsWhole);
     LookAhead(const LookAhead&) = delete;
     LookAhead& operator=(const LookAhead&) = delete;
-    /// Waits for the helpers to finish the file in hand.
+    /// Waits for the helpers to let go of the files in hand.
     ~LookAhead();
 
-    /// The reader's time with one file; numbers must rise. Made and destroyed on the reader's
-    /// thread.
+    /// The reader's time with the `number`th path of the queue, counted from 0; numbers must rise.
+    /// Made and destroyed on the reader's thread.
     class Turn : private FileBytes::Supplier {
       public:
         Turn(LookAhead& lookAhead, std::size_t number);
@@ -55,25 +57,20 @@ class LookAhead {
     };
 
   private:
-    enum class State { Waiting, Reading, Ready };
     struct Entry {
-        State state = State::Waiting;
-        bool wanted = true;  // its turn has not passed
+        bool ready = false;  // else it is being read
         FileVersion version;
         std::uint8_t* block = nullptr;  // where its bytes wait; null when it is only digested
         md5_state_t md5{};
     };
-    // One of the files that a helper has in hand; it belongs to an entry that is Waiting or
-    // Reading.
+    // One of the files that a helper has in hand.
     struct Lane {
         std::size_t number = 0;
-        std::optional<FileBytes> file;
-        Entry* entry = nullptr;  // once it is being read
-        ByteBuffer piece;        // for a file that is only digested
+        std::optional<FileBytes> file;  // until it has been read
+        Entry* entry = nullptr;         // null: nothing in hand
+        ByteBuffer piece;               // for a file that is only digested
         FileReading reading;
-
-        bool isReading() const { return file && entry != nullptr; }
-        void clear();
+        bool isWhole = false;  // it was read to its end and did not change meanwhile
     };
     using Lanes = std::array<Lane, kMd5Lanes>;
     using Lock = std::unique_lock<std::mutex>;
@@ -85,9 +82,10 @@ class LookAhead {
     static constexpr std::size_t kMostFilesAhead = 1024;
 
     void help();
-    bool claim(Lock& lock, Lane& lane);
+    void claim(Lock& lock, Lane& lane);
+    static bool open(const boost::filesystem::path& path, std::optional<FileBytes>& file);
     bool isFarAhead() const;
-    bool startReading(Lane& lane);
+    void startReading(Lane& lane);
     void advance(Lock& lock, Lanes& lanes);
     void drop(std::size_t number);
     void wakeHelpers();
@@ -97,15 +95,19 @@ class LookAhead {
                                ByteBuffer& buffer, md5_state_t& md5);
     void endTurn(std::size_t number);
 
-    const PathOf pathOf_;
+    const PathQueue& paths_;
+    const ReadsWhole readsWhole_;
     std::mutex mutex_;
-    std::condition_variable filled_;  // the block that the reader waits for
+    std::condition_variable filled_;  // the file that the reader waits for
     std::condition_variable freed_;   // the helpers may go on
     bool stopping_ = false;
+    bool atEnd_ = false;                    // no helper will find any further path
     std::optional<std::size_t> awaited_;    // what the reader waits for
+    std::size_t begun_ = 0;                 // the first file whose turn has not begun
+    std::size_t ended_ = 0;                 // the first file whose turn is not over
     std::size_t next_ = 0;                  // the first file that nobody has claimed
-    std::map<std::size_t, Entry> entries_;  // claimed by a helper, not passed by the reader
-    std::uint64_t bytesAhead_ = 0;          // in those that are being read or ready
+    std::map<std::size_t, Entry> entries_;  // those being read and those that wait for their turn
+    std::uint64_t bytesAhead_ = 0;          // in them
     BlockPool blocks_;
     std::vector<std::thread> helpers_;
 };
