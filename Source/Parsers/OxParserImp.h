@@ -1,7 +1,9 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/function.hpp>
 #include <boost/ptr_container/ptr_vector.hpp>
+#include <string>
 
 #include "Export.h"
 #include "OxFont.h"
@@ -38,7 +40,20 @@ class OXPARSER_EXPORT OxParserImp {
     virtual bool repairFont(boost::filesystem::path file);
     virtual ~OxParserImp();
 
+    /// Called with a file and, in words, what kept it from being read whole.
+    using FileErrorReport =
+        boost::function<void(const boost::filesystem::path&, const std::string& reason)>;
+    /// Sets who is told of such errors; a coordinator does so when a parser is registered with it.
+    void setFileErrorReport(const FileErrorReport& report) { fileErrorReport_ = report; }
+
   protected:
+    /// For what no record can say: something keeps `file` from being read whole. Goes to the log,
+    /// too. To be called from inspectFont and parseFontFile only.
+    void reportFileError(const boost::filesystem::path& file, const std::string& reason) const;
+
     /// Records that an implementation collects while it works; destroyed with it.
     boost::ptr_vector<OxFont> fonts_;
+
+  private:
+    FileErrorReport fileErrorReport_;
 };

@@ -180,6 +180,13 @@ void OxParser::addParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     const boost::lock_guard<boost::mutex> registryLock(registry_);
     parsers_.push_back(imp);
+    // A parser is at work with the mutex held; what it tells waits until that is released.
+    imp->setFileErrorReport([this](const fs::path& file, const std::string& reason) {
+        FileErrors::value_type error(file, reason);
+        if (std::find(fileErrors_.begin(), fileErrors_.end(), error) == fileErrors_.end()) {
+            fileErrors_.push_back(std::move(error));
+        }
+    });
 }
 
 void OxParser::removeParserImp(OxParserImp* imp) {
@@ -210,12 +217,19 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
         std::atomic<int>& parsed;
         ~Count() { ++parsed; }
     } const count{filesParsed_};
+    std::unique_ptr<boost::ptr_vector<OxFont>> fonts;
     for (OxParserImp& parser : parsers_) {
         if (parser.inspectFont(file)) {
-            return parseWith(parser, file);
+            fonts.reset(parseWith(parser, file));
+            break;
         }
     }
-    return nullptr;
+    const FileErrors errors = std::exchange(fileErrors_, {});
+    lock.unlock();
+    for (const auto& [path, reason] : errors) {
+        NotifyFileError(path, reason);
+    }
+    return fonts.release();
 }
 
 // The memory for a whole file goes from parser to parser, or back to the system.
@@ -321,5 +335,12 @@ void OxParser::NotifyWalkError(const fs::path& path, const boost::system::error_
     const NotificationTurn turn(*this);
     for (const WalkErrorCallback& callback : walkErrorCallbacks) {
         callback(path, error);
+    }
+}
+
+void OxParser::NotifyFileError(const fs::path& path, const std::string& reason) {
+    const NotificationTurn turn(*this);
+    for (const FileErrorCallback& callback : fileErrorCallbacks) {
+        callback(path, reason);
     }
 }

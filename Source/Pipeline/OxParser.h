@@ -12,6 +12,8 @@
 #include <functional>
 #include <memory>
 #include <queue>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "Export.h"
@@ -40,6 +42,7 @@ class OXPARSER_EXPORT OxParser {
     using CompletionCallback = boost::function<void(bool)>;
     using WalkErrorCallback =
         boost::function<void(const boost::filesystem::path&, const boost::system::error_code&)>;
+    using FileErrorCallback = OxParserImp::FileErrorReport;
 
     /// No source: finds no files.
     OxParser(const boost::filesystem::path& foundryNames,
@@ -69,13 +72,15 @@ class OXPARSER_EXPORT OxParser {
     /// Loads the library's own two lists.
     void loadFoundryList();
 
-    /// Appends a parser to the registry, which owns it from then on. Like removeParserImp, to be
-    /// called from any thread but out of a callback or a parser; waits for the file in hand.
+    /// Appends a parser to the registry, which owns it from then on and passes its file errors on.
+    /// Like removeParserImp, to be called from any thread but out of a callback or a parser; waits
+    /// for the file in hand.
     void addParserImp(OxParserImp* imp);
     /// Removes and deletes exactly this parser; does nothing when it is not registered.
     void removeParserImp(OxParserImp* imp);
     /// Has the first parser that accepts `file` parse it. The caller owns the list; null when no
-    /// parser accepts the file or it yields nothing.
+    /// parser accepts the file or it yields nothing. What keeps the file from being read whole is
+    /// told to fileErrorCallbacks before this returns.
     boost::ptr_vector<OxFont>* parseFile(const boost::filesystem::path& file);
 
     /// Walks all sources, then starts the parsing threads and returns. Raises
@@ -101,6 +106,7 @@ class OXPARSER_EXPORT OxParser {
     void NotifyFontCompletion(bool cancelled);
     void NotifyWalkError(const boost::filesystem::path& path,
                          const boost::system::error_code& error);
+    void NotifyFileError(const boost::filesystem::path& path, const std::string& reason);
 
     /// Asks for the tolerant walk; to be called before `run`. Folders and entries that cannot be
     /// read are reported through walkErrorCallbacks and skipped, links to an ancestor are not
@@ -122,6 +128,7 @@ class OXPARSER_EXPORT OxParser {
   private:
     friend class OxFontFactory;
     class NotificationTurn;
+    using FileErrors = std::vector<std::pair<boost::filesystem::path, std::string>>;
 
     void recordQueued() { ++queuedRecords_; }
     void recordTaken() { --queuedRecords_; }
@@ -157,8 +164,13 @@ class OXPARSER_EXPORT OxParser {
     std::vector<CompletionCallback> fontCompletionCallbacks;
     /// (path, error) of what a tolerant walk could not read; walk thread.
     std::vector<WalkErrorCallback> walkErrorCallbacks;
+    /// (path, reason) of a file that cannot be read whole, where no record can say it: its folder
+    /// cannot be listed, an attribute or sidecar cannot be read, its fork is damaged or out of
+    /// reach. Called before the records of that file are; file-consumer thread.
+    std::vector<FileErrorCallback> fileErrorCallbacks;
 
   private:
+    FileErrors fileErrors_;  // of the parse that goes on
     std::atomic<bool> tolerantWalk_{false};
     std::atomic<unsigned> lookAheadHelpers_{0};
     std::atomic<std::size_t> lookAheadBudget_{kLookAheadBudget};

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "ByteView.h"
+#include "ErrorStatus.h"
 #include "FinderInfo.h"
 #include "ForkLocator.h"
-#include "MacErrors.h"
 #include "ResourceFile.h"
 #include "ResourceFileWriter.h"
 

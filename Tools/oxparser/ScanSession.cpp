@@ -75,6 +75,10 @@ void ScanSession::connect(OxParser& parser, const ResultMaker& makeResult) {
         [this](const boost::filesystem::path& path, const boost::system::error_code& error) {
             console_.complain("cannot read " + path.string() + ": " + error.message());
         });
+    parser.fileErrorCallbacks.push_back(
+        [this](const boost::filesystem::path& path, const std::string& reason) {
+            console_.complain(path.string() + ": " + reason);
+        });
     parser.fileCompletionCallbacks.push_back(
         [this](bool cancelled) { summary_.cancelled = summary_.cancelled || cancelled; });
     parser.fontProgressCallbacks.push_back(

@@ -109,8 +109,14 @@ FontList* OxParserDfontImp::validate(const fs::path& file) {
     try {
         openFile(file);
         Walk(*this, file, *fonts).run();
+    } catch (const ForkError& error) {
+        log().error(error.what());
+        reportFileError(file, error.trouble().reason);
     } catch (const std::exception& error) {
         log().error(error.what());
+        if (fonts->empty()) {
+            reportFileError(file, error.what());
+        }
     }
     return fonts.release();
 }

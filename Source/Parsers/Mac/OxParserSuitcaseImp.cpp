@@ -122,10 +122,14 @@ FontList* OxParserSuitcaseImp::validate(const fs::path& file) {
     auto fonts = std::make_unique<FontList>();
     const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
     std::string failure;
+    std::string reason;
     try {
         walk(file, *fonts);
     } catch (const std::bad_alloc&) {
         failure = kTooLargeText;
+    } catch (const ForkError& error) {
+        failure = error.what();
+        reason = error.trouble().reason;
     } catch (const std::exception& error) {
         failure = error.what();
     }
@@ -133,15 +137,24 @@ FontList* OxParserSuitcaseImp::validate(const fs::path& file) {
         log().error(failure);
         if (!fonts->empty()) {
             fonts->back().addDiagnostic(eError, 0, failure);
+        } else {
+            reportFileError(file, reason.empty() ? failure : reason);
         }
     }
     return fonts.release();
+}
+
+void OxParserSuitcaseImp::reportTrouble(const fs::path& file) const {
+    if (const ForkTrouble trouble = LastForkTrouble()) {
+        reportFileError(file, trouble.reason);
+    }
 }
 
 void OxParserSuitcaseImp::walk(const fs::path& file, FontList& fonts) {
     const FSRef reference = referenceTo(file);
     ResourceFileSession session;
     session.open(reference, FSGetResourceForkName);
+    reportTrouble(file);
     SuitcaseWalk families(file, fonts);
     const int count = Count1Resources(kFondType);
     for (int i = 1; i <= count; ++i) {
@@ -162,9 +175,13 @@ bool OxParserSuitcaseImp::isSuitcase(const char* path) {
         FSRefParam block;
         block.ref = &file;
         block.catInfo = &info;
-        return PBGetCatalogInfoSync(&block) == noErr &&
-               std::find(std::begin(kSuitcaseTypes), std::end(kSuitcaseTypes), info.fileType()) !=
-                   std::end(kSuitcaseTypes);
+        const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
+        const std::int16_t status = PBGetCatalogInfoSync(&block);
+        if (status != fnfErr) {
+            reportTrouble(path);
+        }
+        return status == noErr && std::find(std::begin(kSuitcaseTypes), std::end(kSuitcaseTypes),
+                                            info.fileType()) != std::end(kSuitcaseTypes);
     } catch (const std::exception& error) {
         log().error(error.what());
         return false;

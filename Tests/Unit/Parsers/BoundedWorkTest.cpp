@@ -9,9 +9,9 @@
 #include "OxParserPSOutlineImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "SfntBuilder.h"
-#include "SuitcaseBudget.h"
 #include "TokenScanner.h"
 #include "UnitTest.h"
+#include "WorkBudget.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ Bytes entangled(std::string_view tag, std::uint32_t length, const Bytes& table,
 std::uint64_t bytesKept(const FontList& fonts) {
     std::uint64_t bytes = 0;
     for (const OxFont& font : fonts) {
-        bytes += SuitcaseBudget::sizeOf(font);
+        bytes += SuitcaseWork::sizeOf(font);
     }
     return bytes;
 }

@@ -111,6 +111,38 @@ TEST_F(Pipeline, TheFirstRegisteredParserThatAcceptsWins) {
     EXPECT_THAT(host.fontNames(), ElementsAre("first"));
 }
 
+TEST_F(Pipeline, FileErrorsReachTheHostOnceAndBeforeTheRecordsOfTheirFile) {
+    struct Troubled : ScriptedParser {
+        Troubled() : ScriptedParser(oneRecord) {}
+        bool inspectFont(fs::path file) override {
+            reportFileError(file, "seen");
+            return takesTestFiles(file);
+        }
+        boost::ptr_vector<OxFont>* parseFontFile(fs::path file) override {
+            reportFileError(file, "seen");
+            reportFileError(file, "read");
+            return ScriptedParser::parseFontFile(file);
+        }
+    };
+    writeFiles(2);
+    folder.write("none", "");
+    OxParser parser(folder.path(), kNoList, kNoList);
+    parser.addParserImp(new Troubled);
+    std::map<std::string, Lines> events;
+    parser.fileErrorCallbacks.push_back([&](const fs::path& file, const std::string& reason) {
+        events[file.filename().string()].push_back(reason);
+    });
+    parser.fontProgressCallbacks.push_back([&](int, int, const boost::shared_ptr<OxFont>& font) {
+        events[font->sourceFile().filename().string()].emplace_back("record");
+    });
+    ScanHost(parser).run();
+    const Lines whole{"seen", "read", "record"};
+    EXPECT_THAT(events, ElementsAre(Pair("0.tst", whole), Pair("1.tst", whole),
+                                    Pair("none", Lines{"seen"})));
+    // Without a coordinator nobody is told, and nothing else happens.
+    EXPECT_TRUE(Troubled().inspectFont("a.tst"));
+}
+
 TEST_F(Pipeline, RemovesExactlyTheParserGiven) {
     struct Noticed : ScriptedParser {
         explicit Noticed(bool& gone) : ScriptedParser(oneRecord), gone_(gone) {}

@@ -1,10 +1,15 @@
 #include "ForkLocator.h"
 
+#ifdef __linux__
+#include <sys/vfs.h>
+#endif
+
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "Ascii.h"
+#include "ErrorStatus.h"
 #include "FileAttributes.h"
 #include "FolderListing.h"
 #include "ForkSearch.h"
@@ -54,6 +59,19 @@ std::string ownerName(const std::string& name) {
     return name.size() > 1 && name.front() == '%' ? name.substr(1) : std::string();
 }
 
+// Linux lists the Finder information of HFS Plus without its last letter (6.12) or not at all
+// (7.2).
+bool liesOnHfsPlus(const fs::path& folder) {
+#ifdef __linux__
+    constexpr auto kHfsPlus = 0x482B;
+    struct statfs volume;
+    return ::statfs(folder.c_str(), &volume) == 0 && volume.f_type == kHfsPlus;
+#else
+    static_cast<void>(folder);
+    return false;
+#endif
+}
+
 }  // namespace
 
 const char* forkPlaceName(ForkPlace place) {
@@ -66,9 +84,7 @@ ForkLocator::Environment ForkLocator::Environment::native() {
     Environment environment;
     environment.listAttributes = listFileAttributes;
     environment.readAttribute = readFileAttribute;
-    environment.hidesAttributes = [](const FolderListing& folder) {
-        return folder.hidesAttributes();
-    };
+    environment.hidesAttributes = liesOnHfsPlus;
     environment.namedForkSuffix = "/..namedfork/rsrc";
     environment.hfsForkSuffix = "/rsrc";
     return environment;
@@ -77,50 +93,56 @@ ForkLocator::Environment ForkLocator::Environment::native() {
 ForkLocator::ForkLocator() : ForkLocator(Environment::native()) {}
 
 ForkLocator::ForkLocator(Environment environment)
-    : environment_(std::move(environment)), caches_(std::make_unique<ForkCaches>()) {}
+    : environment_(std::move(environment)),
+      caches_(std::make_unique<ForkCaches>(environment_.hidesAttributes)) {}
 
 ForkLocator::~ForkLocator() = default;
 
 FinderAnswer ForkLocator::finderInfo(const fs::path& file) {
-    ForkSearch search(*this, file, {.finderInfo = true});
+    ForkSearch search(environment_, *caches_, file, {.finderInfo = true});
     const std::int16_t status = search.run();
     FinderAnswer answer = search.finder();
     answer.status = status;
+    answer.trouble = search.troubleOrDamage();
     return answer;
 }
 
 ForkAnswer ForkLocator::resourceFork(const fs::path& file) {
-    ForkSearch search(*this, file, {.fork = true});
+    ForkSearch search(environment_, *caches_, file, {.fork = true});
     const std::int16_t status = search.run();
     if (status != noErr) {
         ForkAnswer answer;
         answer.status = status;
+        answer.trouble = search.trouble();
         return answer;
     }
     return search.takeFork();
 }
 
 ExternalForks ForkLocator::externalForks(const fs::path& file) {
-    ForkSearch search(*this, file, ForkSearch::Wanted::externalForks());
+    ForkSearch search(environment_, *caches_, file, ForkSearch::Wanted::externalForks());
     ExternalForks result;
-    result.status = search.run();
-    if (result.status != noErr) {
-        return result;
+    if (search.run() == noErr) {
+        result.finderInfo = search.finder().info;
+        result.damagedSidecar = search.damagedSidecar();
+        if (search.hasRealFork()) {
+            result.resourceFork = search.takeFork().bytes;
+        }
+        search.requireForkInReach();
     }
-    result.finderInfo = search.finder().info;
-    result.status = search.trouble();
-    if (search.hasRealFork()) {
-        const ForkAnswer fork = search.takeFork();
-        result.resourceFork = fork.bytes;
-        result.status = fork.bytes && fork.status == mapReadErr ? noErr : fork.status;
-    }
+    result.trouble = search.trouble();
+    result.status = statusOfError(result.trouble.error);
     return result;
 }
 
 bool ForkLocator::hasForkOutsideFile(const fs::path& file) {
-    ForkSearch search(*this, file, ForkSearch::Wanted::externalForks());
-    return search.run() == noErr && (search.hasRealFork() || search.trouble() != noErr ||
-                                     search.finder().place != ForkPlace::eNone);
+    ForkSearch search(environment_, *caches_, file, ForkSearch::Wanted::externalForks());
+    if (search.run() != noErr) {
+        return false;
+    }
+    search.requireForkInReach();
+    return search.hasRealFork() || search.hasDamagedSidecar() || search.trouble() ||
+           search.finder().place != ForkPlace::eNone;
 }
 
 bool ForkLocator::isSidecar(const fs::path& file) {
@@ -130,11 +152,12 @@ bool ForkLocator::isSidecar(const fs::path& file) {
             nullptr) {
         return false;
     }
-    const ForkFile::Opened opened = ForkFile::open(file, RegularFile::Links::eRefuse);
-    if (!opened.file) {
+    boost::system::error_code error;
+    const auto opened = ForkFile::open(file, RegularFile::Links::eRefuse, error);
+    if (!opened) {
         return false;
     }
-    const std::vector<std::uint8_t> magic = opened.file->read(0, 4);
+    const std::vector<std::uint8_t> magic = opened->read(0, 4);
     return magic.size() == 4 && ByteView(magic).u32be(0) == appledouble::kDoubleMagic;
 }
 

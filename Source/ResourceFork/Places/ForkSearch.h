@@ -8,9 +8,11 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "AppleDouble.h"
+#include "ErrorStatus.h"
 #include "FolderListing.h"
 #include "ForkFile.h"
 #include "ForkLocator.h"
@@ -46,6 +48,9 @@ class MacOsXFolders {
 
 /// What a locator remembers from file to file.
 struct ForkCaches {
+    explicit ForkCaches(FolderListings::FolderTest hidesAttributes)
+        : listings(std::move(hidesAttributes)) {}
+
     FolderListings listings;
     FinderDatCache finderDat;
     MacOsXFolders macOsX;
@@ -71,7 +76,9 @@ class ForkSearch {
         std::shared_ptr<const FolderListing> listing;
     };
 
-    ForkSearch(ForkLocator& locator, const boost::filesystem::path& file, Wanted wanted);
+    /// The first two must outlive the search.
+    ForkSearch(const ForkLocator::Environment& environment, ForkCaches& caches,
+               const boost::filesystem::path& file, Wanted wanted);
 
     /// Goes through the probes until everything wanted is found. Answers the status of the file
     /// itself: noErr, or why there is nothing to look at.
@@ -79,15 +86,23 @@ class ForkSearch {
 
     ForkAnswer takeFork();
     const FinderAnswer& finder() const { return finder_; }
-    /// The first failure other than that something is not there.
-    std::int16_t trouble() const { return trouble_; }
+    /// The first failure other than that something is not there; of a file that cannot be looked
+    /// at, why.
+    const ForkTrouble& trouble() const { return trouble_; }
+    /// That, else what is wrong with a damaged container.
+    const ForkTrouble& troubleOrDamage() const { return trouble_ ? trouble_ : damage_; }
+    bool hasDamagedSidecar() const { return damagedSidecar_ != nullptr; }
+    /// Its bytes; null without one, and, in trouble, when they cannot be read.
+    ForkBytes damagedSidecar();
+    /// A file that is empty while its volume keeps forks out of reach has all that it holds there.
+    void requireForkInReach();
     /// Whether a fork was found that is worth keeping: no placeholder, possibly damaged.
     bool hasRealFork() const;
 
     // For the probes.
 
     const boost::filesystem::path& file() const { return file_; }
-    const ForkLocator::Environment& environment() const { return locator_.environment_; }
+    const ForkLocator::Environment& environment() const { return environment_; }
     bool wantsFork() const { return wanted_.fork && rank_ < Rank::ePlausible; }
     bool wantsFinderInfo() const { return wanted_.finderInfo && finder_.place == ForkPlace::eNone; }
     const std::vector<Spot>& spots() const { return spots_; }
@@ -104,12 +119,13 @@ class ForkSearch {
     std::shared_ptr<const ForkFile> content();
     /// Its first bytes, at most 128.
     ByteView contentStart();
-    ForkCaches& caches() { return *locator_.caches_; }
+    ForkCaches& caches() { return caches_; }
 
     void offerFinderInfo(ForkPlace place, const FinderInfo& info);
     void offerFinderInfo(ForkPlace place, const std::optional<FinderInfo>& info);
-    /// A part of a file as the fork; it may reach past the file's end and is cut there.
-    void offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file, std::uint64_t offset,
+    /// A part of a file as the fork; it may reach past the file's end and is cut there. False when
+    /// it is damaged.
+    bool offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file, std::uint64_t offset,
                    std::uint64_t length);
     void offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file);
     /// Bytes in memory as the fork: an attribute's value or decoded text.
@@ -117,6 +133,8 @@ class ForkSearch {
                    const std::string& attribute, std::vector<std::uint8_t> bytes);
     /// The file lies on a volume that keeps forks, and the system does not give them.
     void noteForkOutOfReach() { outOfReach_ = true; }
+    /// The file is marked as a container, and what it holds cannot be told.
+    void noteDamage(const std::shared_ptr<const ForkFile>& file);
     /// A fork that cannot be used at all.
     void offerDamagedFork(ForkPlace place, const boost::filesystem::path& file);
     /// Both parts of an AppleSingle or AppleDouble file; false when it is none.
@@ -131,12 +149,20 @@ class ForkSearch {
     bool isListedFile() const;
     void findSpots();
     bool done() const { return !wantsFork() && !wantsFinderInfo(); }
-    void note(std::int16_t status);
+    /// What people are told about a path; that of the file itself they know.
+    std::string nameOf(const boost::filesystem::path& path) const;
+    void note(const boost::system::error_code& error, const std::string& what);
     void noteReadErrors();
-    std::shared_ptr<const ForkFile> opened(const ForkFile::Opened& result);
+    ForkTrouble outOfReach() const;
+    std::optional<std::vector<std::uint8_t>> readAttribute(const std::string& name);
+    std::shared_ptr<const FolderListing> listing(const boost::filesystem::path& folder,
+                                                 FolderListings::Links links);
+    std::shared_ptr<const ForkFile> open(const boost::filesystem::path& path,
+                                         RegularFile::Links links);
     void keep(Rank rank, ForkSource source, std::shared_ptr<const ForkFile> file, ForkBytes bytes);
 
-    ForkLocator& locator_;
+    const ForkLocator::Environment& environment_;
+    ForkCaches& caches_;
     boost::filesystem::path file_;
     Wanted wanted_;
     bool isEmpty_ = false;  // known to hold nothing
@@ -148,7 +174,9 @@ class ForkSearch {
     std::vector<std::uint8_t> contentStart_;
 
     bool outOfReach_ = false;
-    std::int16_t trouble_ = noErr;  // the first thing that went wrong on the way
+    ForkTrouble trouble_;  // the first thing that went wrong on the way
+    ForkTrouble damage_;
+    std::shared_ptr<const ForkFile> damagedSidecar_;
     FinderAnswer finder_;
     Rank rank_ = Rank::eNone;
     ForkSource source_;

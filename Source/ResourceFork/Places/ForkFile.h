@@ -6,17 +6,15 @@
 #include <utility>
 #include <vector>
 
-#include "MacErrors.h"
 #include "RegularFile.h"
 
 /// An open file that holds a fork, read in places.
 class ForkFile {
   public:
-    struct Opened {
-        std::int16_t status = 0;  // fnfErr also for what is no regular file or a refused link
-        std::shared_ptr<const ForkFile> file;
-    };
-    static Opened open(const boost::filesystem::path& path, RegularFile::Links links);
+    /// Null with an error.
+    static std::shared_ptr<const ForkFile> open(const boost::filesystem::path& path,
+                                                RegularFile::Links links,
+                                                boost::system::error_code& error);
 
     ForkFile(const ForkFile&) = delete;
     ForkFile& operator=(const ForkFile&) = delete;
@@ -26,8 +24,8 @@ class ForkFile {
     FileVersion version() const { return file_.version(); }
     /// The bytes of [offset, offset + count), fewer at the file's end or after a reading error.
     std::vector<std::uint8_t> read(std::uint64_t offset, std::uint64_t count) const;
-    /// Whether some read gave fewer bytes than the file had when it was opened.
-    bool wasCutShort() const { return cutShort_; }
+    /// Why some read gave fewer bytes than the file had when it was opened; none if none did.
+    const boost::system::error_code& readError() const { return readError_; }
 
   private:
     ForkFile(boost::filesystem::path path, RegularFile file)
@@ -35,5 +33,5 @@ class ForkFile {
 
     boost::filesystem::path path_;
     RegularFile file_;
-    mutable bool cutShort_ = false;
+    mutable boost::system::error_code readError_;
 };

@@ -20,8 +20,3 @@ constexpr std::int16_t resNotFound = -192;     // no such resource
 constexpr std::int16_t resFNotFound = -193;    // no such open resource file
 constexpr std::int16_t addResFailed = -194;    // the resource cannot be added
 constexpr std::int16_t mapReadErr = -199;      // header or map damaged
-
-/// The status that stands for a failed system call's `errno`.
-std::int16_t statusOfErrno(int error);
-/// The errno value that stands for a status: 0 for noErr, EIO for those without one of their own.
-int errnoOfStatus(std::int16_t status);

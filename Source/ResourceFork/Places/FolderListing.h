@@ -4,12 +4,15 @@
 
 #include <array>
 #include <boost/filesystem/path.hpp>
+#include <boost/system/error_code.hpp>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 /// Entries of a folder with a meaning of their own beside every file in it.
@@ -35,7 +38,12 @@ class FolderListing {
         bool isFile = false;     // certainly a regular file
     };
 
-    explicit FolderListing(std::vector<Entry> entries, bool hidesAttributes = false);
+    FolderListing() = default;
+    explicit FolderListing(std::vector<Entry> entries, const boost::system::error_code& error = {},
+                           bool hidesAttributes = false);
+
+    /// Why names may be missing; none when all are there, also when there is no such folder.
+    const boost::system::error_code& error() const { return error_; }
 
     /// The entry of this name: byte for byte, else up to Unicode normalisation; null without one.
     const Entry* find(std::string_view name) const;
@@ -54,6 +62,7 @@ class FolderListing {
     void buildIndexes() const;
 
     std::vector<Entry> entries_;  // sorted by name
+    boost::system::error_code error_;
     bool hidesAttributes_ = false;
     bool plainAscii_ = true;
     std::array<std::string, static_cast<std::size_t>(KnownEntry::eCount)> known_;
@@ -64,12 +73,19 @@ class FolderListing {
 
 /// Listings of the folders that were asked for last. A listing is kept until the folder changes;
 /// while it has changed so recently that a further change might not show in its time of change, it
-/// is listed anew each time. Holds few folders, since files are asked for folder by folder.
+/// is listed anew each time, as it is after an error. Holds few folders, since files are asked for
+/// folder by folder.
 class FolderListings {
   public:
     enum class Links { eFollow, eRefuse };
+    using FolderTest = std::function<bool(const boost::filesystem::path& folder)>;
 
-    /// Never null: a folder that cannot be listed has an empty listing.
+    FolderListings() = default;
+    /// `hidesAttributes` is asked once for each listing.
+    explicit FolderListings(FolderTest hidesAttributes)
+        : hidesAttributes_(std::move(hidesAttributes)) {}
+
+    /// Never null: a folder that is not there has an empty listing.
     std::shared_ptr<const FolderListing> of(const boost::filesystem::path& folder, Links links);
 
   private:
@@ -82,5 +98,6 @@ class FolderListings {
         timespec changed;
         std::shared_ptr<const FolderListing> listing;
     };
+    FolderTest hidesAttributes_;
     std::list<Kept> kept_;  // latest first
 };

@@ -19,7 +19,7 @@ bool startsHeader(ByteView start, Strictness strictness) {
     const std::uint32_t magic = start.u32be(0);
     const std::uint32_t version = start.u32be(4);
     const bool lenient = strictness == Strictness::eOldNetatalk;
-    return (magic == kSingleMagic || magic == kDoubleMagic || (lenient && magic == 0)) &&
+    return (hasMagic(start) || (lenient && magic == 0)) &&
            (version == kVersion1 || version == kVersion2 || (lenient && version == 0));
 }
 
@@ -44,6 +44,10 @@ std::optional<Extent> extentOf(const RawEntry& entry, std::size_t headerEnd,
 }
 
 }  // namespace
+
+bool hasMagic(ByteView start) {
+    return start.holds(0, 4) && (start.u32be(0) == kSingleMagic || start.u32be(0) == kDoubleMagic);
+}
 
 std::optional<std::size_t> headerSize(ByteView start, Strictness strictness) {
     if (!startsHeader(start, strictness)) {
@@ -73,6 +77,8 @@ std::optional<Layout> readHeader(ByteView header, std::uint64_t fileSize, Strict
             forkSeen = true;
             layout.resourceFork = extent;
             layout.clamped = extent && extent->length != entry.length;
+            // Old Netatalk servers keep the length of a fork that is empty by now.
+            layout.forkLost = !extent && entry.length != 0 && entry.offset != fileSize;
         } else if (entry.id == static_cast<std::uint32_t>(Entry::eFinderInfo) && !infoSeen) {
             infoSeen = true;
             layout.finderInfo = extent;

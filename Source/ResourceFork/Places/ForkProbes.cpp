@@ -315,7 +315,7 @@ void probeHfsPlusMount(ForkSearch& search) {
 
 void probeAppleFile(ForkSearch& search) {
     const ByteView start = search.contentStart();
-    if (const auto size = appledouble::headerSize(start, Strictness::eStrict)) {
+    if (appledouble::hasMagic(start)) {
         const bool isSingle = start.u32be(0) == appledouble::kSingleMagic;
         search.offerAppleDouble(isSingle ? ForkPlace::eAppleSingle : ForkPlace::eAppleDouble,
                                 search.content(), Strictness::eStrict);
@@ -358,6 +358,7 @@ void probeBinHex(ForkSearch& search) {
     const Value headerText = file->read(*text, binhex::kHeaderText);
     const auto header = binhex::readHeader(ByteView(headerText));
     if (!header) {
+        search.noteDamage(file);
         return;
     }
     search.offerFinderInfo(ForkPlace::eBinHex, header->finderInfo);

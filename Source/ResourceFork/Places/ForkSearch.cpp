@@ -61,7 +61,7 @@ const FinderDat& FinderDatCache::of(const ForkFile& file,
                                     const std::shared_ptr<const FolderListing>& folder) {
     if (folder != folder_ || file.version() != version_) {
         const std::vector<std::uint8_t> bytes = file.read(0, FinderDat::kSizeLimit);
-        version_ = file.wasCutShort() ? FileVersion() : file.version();
+        version_ = file.readError() ? FileVersion() : file.version();
         folder_ = folder;
         parsed_ = FinderDat(ByteView(bytes), [&](const std::string& name) {
             return folder_->findAnyCase(name) != nullptr;
@@ -95,8 +95,9 @@ const std::vector<fs::path>& MacOsXFolders::of(
     return folders_;
 }
 
-ForkSearch::ForkSearch(ForkLocator& locator, const fs::path& file, Wanted wanted)
-    : locator_(locator), file_(file), wanted_(wanted) {}
+ForkSearch::ForkSearch(const ForkLocator::Environment& environment, ForkCaches& caches,
+                       const fs::path& file, Wanted wanted)
+    : environment_(environment), caches_(caches), file_(file), wanted_(wanted) {}
 
 std::int16_t ForkSearch::run() {
     findSpots();
@@ -121,9 +122,7 @@ std::int16_t ForkSearch::run() {
 // A container that cannot be read looks like none, and what it holds would be missed silently.
 void ForkSearch::noteReadErrors() {
     for (const auto& file : openedFiles_) {
-        if (file->wasCutShort()) {
-            note(ioErr);
-        }
+        note(file->readError(), "cannot read " + nameOf(file->path()));
     }
 }
 
@@ -134,11 +133,17 @@ std::int16_t ForkSearch::lookAtFile() {
         return noErr;
     }
     struct stat status;
+    boost::system::error_code error;
     if (::stat(file_.c_str(), &status) != 0) {
-        return statusOfErrno(errno);
+        error = lastSystemError();
+    } else if (!S_ISREG(status.st_mode)) {
+        error = systemError(S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP);
+    } else {
+        isEmpty_ = status.st_size == 0;
+        return noErr;
     }
-    isEmpty_ = status.st_size == 0;
-    return S_ISREG(status.st_mode) ? noErr : fnfErr;
+    trouble_ = {error, "cannot read the file: " + error.message()};
+    return statusOfError(error);
 }
 
 bool ForkSearch::isListedFile() const {
@@ -151,7 +156,7 @@ void ForkSearch::findSpots() {
     const auto spotOf = [&](const fs::path& path) {
         const fs::path folder = path.parent_path();
         return Spot{folder, path.filename().string(),
-                    caches().listings.of(folder, FolderListings::Links::eFollow)};
+                    listing(folder, FolderListings::Links::eFollow)};
     };
     const Spot asked = spotOf(file_);
     const FolderListing::Entry* entry = asked.listing->find(asked.name);
@@ -166,41 +171,53 @@ void ForkSearch::findSpots() {
 }
 
 std::shared_ptr<const FolderListing> ForkSearch::listing(const fs::path& sidecarFolder) {
-    return caches().listings.of(sidecarFolder, FolderListings::Links::eRefuse);
+    return listing(sidecarFolder, FolderListings::Links::eRefuse);
+}
+
+std::shared_ptr<const FolderListing> ForkSearch::listing(const fs::path& folder,
+                                                         FolderListings::Links links) {
+    auto result = caches().listings.of(folder, links);
+    note(result->error(), "cannot list " + (folder.empty() ? "." : folder.string()));
+    return result;
 }
 
 bool ForkSearch::hasAttribute(const std::string& name) {
     if (!attributes_) {
-        attributes_ = environment().listAttributes(file_);
+        boost::system::error_code error;
+        attributes_ = environment().listAttributes(file_, error);
+        note(error, "cannot list its attributes");
     }
     return std::find(attributes_->begin(), attributes_->end(), name) != attributes_->end();
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::attribute(const std::string& name) {
-    if (!hasAttribute(name)) {
-        return std::nullopt;
-    }
-    return environment().readAttribute(file_, name, environment().forkLimit);
+    return hasAttribute(name) ? readAttribute(name) : std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> ForkSearch::readAttribute(const std::string& name) {
+    boost::system::error_code error;
+    auto value = environment().readAttribute(file_, name, environment().forkLimit, error);
+    note(error, "cannot read its attribute " + name);
+    return value;
 }
 
 std::optional<std::vector<std::uint8_t>> ForkSearch::unlistedAttribute(const std::string& name) {
     // The first spot is where the file itself lies, links followed.
-    if (!environment().hidesAttributes(*spots_.front().listing)) {
-        return attribute(name);
-    }
-    return environment().readAttribute(file_, name, environment().forkLimit);
+    return spots_.front().listing->hidesAttributes() ? readAttribute(name) : attribute(name);
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
-    return opened(ForkFile::open(path, RegularFile::Links::eRefuse));
+    return open(path, RegularFile::Links::eRefuse);
 }
 
-std::shared_ptr<const ForkFile> ForkSearch::opened(const ForkFile::Opened& result) {
-    note(result.status);
-    if (result.file) {
-        openedFiles_.push_back(result.file);
+std::shared_ptr<const ForkFile> ForkSearch::open(const fs::path& path, RegularFile::Links links) {
+    boost::system::error_code error;
+    auto file = ForkFile::open(path, links, error);
+    note(error, "cannot read " + nameOf(path));
+    if (file) {
+        openedFiles_.push_back(file);
     }
-    return result.file;
+    return file;
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::content() {
@@ -209,7 +226,7 @@ std::shared_ptr<const ForkFile> ForkSearch::content() {
         if (isEmpty_) {
             return nullptr;
         }
-        const auto file = opened(ForkFile::open(file_, RegularFile::Links::eFollow));
+        const auto file = open(file_, RegularFile::Links::eFollow);
         if (file && file->size() != 0 && file->size() < kTooLargeToRead) {
             content_ = file;
             contentStart_ = content_->read(0, kContentStart);
@@ -223,10 +240,23 @@ ByteView ForkSearch::contentStart() {
     return ByteView(contentStart_);
 }
 
-void ForkSearch::note(std::int16_t status) {
+std::string ForkSearch::nameOf(const fs::path& path) const {
+    return path == file_ ? "the file" : path.string();
+}
+
+void ForkSearch::note(const boost::system::error_code& error, const std::string& what) {
     // A sidecar that is not there after all is nothing unusual.
-    if (trouble_ == noErr && status != fnfErr) {
-        trouble_ = status;
+    if (error && !trouble_ && statusOfError(error) != fnfErr) {
+        trouble_ = {error, what + ": " + error.message()};
+    }
+}
+
+void ForkSearch::noteDamage(const std::shared_ptr<const ForkFile>& file) {
+    if (!damage_) {
+        damage_ = {errorOfStatus(mapReadErr), nameOf(file->path()) + " is damaged"};
+    }
+    if (file != content_ && !damagedSidecar_) {
+        damagedSidecar_ = file;
     }
 }
 
@@ -252,16 +282,17 @@ ForkSearch::Rank ForkSearch::rankOf(ByteView start, std::uint64_t length) {
     return isPlaceholder(start) ? Rank::ePlaceholder : Rank::ePlausible;
 }
 
-void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file,
+bool ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file,
                            std::uint64_t offset, std::uint64_t length) {
     if (!wantsFork() || offset >= file->size() || length == 0) {
-        return;
+        return true;
     }
     ForkSource source{place, file->path(), {}, offset, std::min(length, file->size() - offset)};
     const std::vector<std::uint8_t> start =
         file->read(offset, std::min<std::uint64_t>(source.length, kContentStart));
     const Rank rank = rankOf(ByteView(start), source.length);
     keep(rank, std::move(source), std::move(file), nullptr);
+    return rank != Rank::eDamaged;
 }
 
 void ForkSearch::offerFork(ForkPlace place, std::shared_ptr<const ForkFile> file) {
@@ -297,13 +328,17 @@ bool ForkSearch::offerAppleDouble(ForkPlace place, std::shared_ptr<const ForkFil
                                   appledouble::Strictness strictness) {
     const std::vector<std::uint8_t> start = file->read(0, kContentStart);
     const std::optional<std::size_t> size = appledouble::headerSize(ByteView(start), strictness);
-    if (!size) {
+    const std::vector<std::uint8_t> header = file->read(0, size.value_or(0));
+    const auto layout = appledouble::readHeader(ByteView(header), file->size(), strictness);
+    if (!layout) {
+        // Any file may have such a name, and only the mark tells what it is meant to be.
+        if (appledouble::hasMagic(ByteView(start))) {
+            noteDamage(file);
+        }
         return false;
     }
-    const std::vector<std::uint8_t> header = file->read(0, *size);
-    const auto layout = appledouble::readHeader(ByteView(header), file->size(), strictness);
     // AppleSingle is a whole file of its own, never the sidecar of another.
-    if (!layout || (layout->isSingle && place != ForkPlace::eAppleSingle)) {
+    if (layout->isSingle && place != ForkPlace::eAppleSingle) {
         return false;
     }
     if (layout->finderInfo) {
@@ -312,12 +347,16 @@ bool ForkSearch::offerAppleDouble(ForkPlace place, std::shared_ptr<const ForkFil
                        std::min<std::uint64_t>(layout->finderInfo->length, FinderInfo::kSize));
         offerFinderInfo(place, FinderInfo::from(ByteView(info)));
     }
+    bool damaged = layout->forkLost;
     if (layout->resourceFork) {
         if (layout->clamped && wantsFork()) {
             logChannel().warn("Resource fork ends with its file:  " + file->path().string());
         }
-        offerFork(place, std::move(file), layout->resourceFork->offset,
-                  layout->resourceFork->length);
+        damaged =
+            !offerFork(place, file, layout->resourceFork->offset, layout->resourceFork->length);
+    }
+    if (damaged) {
+        noteDamage(file);
     }
     return true;
 }
@@ -326,22 +365,49 @@ bool ForkSearch::hasRealFork() const {
     return rank_ == Rank::ePlausible || rank_ == Rank::eDamaged;
 }
 
+ForkBytes ForkSearch::damagedSidecar() {
+    if (!damagedSidecar_ || rank_ == Rank::ePlausible) {
+        return nullptr;
+    }
+    const std::uint64_t size = damagedSidecar_->size();
+    if (size > environment().forkLimit) {
+        note(systemError(EFBIG), "cannot read " + nameOf(damagedSidecar_->path()));
+        return nullptr;
+    }
+    auto bytes = std::make_shared<std::vector<std::uint8_t>>(damagedSidecar_->read(0, size));
+    noteReadErrors();
+    return bytes;
+}
+
+ForkTrouble ForkSearch::outOfReach() const {
+    return {systemError(ENODATA), "the resource fork is out of reach on its volume"};
+}
+
+void ForkSearch::requireForkInReach() {
+    if (outOfReach_ && isEmpty_ && !hasRealFork() && !trouble_) {
+        trouble_ = outOfReach();
+    }
+}
+
 ForkAnswer ForkSearch::takeFork() {
     ForkAnswer answer;
     answer.source = source_;
     if (rank_ == Rank::eNone) {
-        answer.status = trouble_ != noErr ? trouble_ : eofErr;
+        answer.status = trouble_ ? statusOfError(trouble_.error) : eofErr;
         if (outOfReach_) {
             logChannel().warn("Resource fork is out of reach on its volume:  " + file_.string());
+            trouble_ = trouble_ ? trouble_ : outOfReach();
         }
     } else if (source_.length > environment().forkLimit) {
         answer.status = memFullErr;
+        note(systemError(EFBIG), "cannot read the resource fork in " + nameOf(source_.file));
     } else {
         answer.bytes = std::move(sourceBytes_);
         if (!answer.bytes && sourceFile_) {
             answer.bytes = std::make_shared<std::vector<std::uint8_t>>(
                 sourceFile_->read(source_.offset, source_.length));
         }
+        noteReadErrors();
         if (answer.bytes && answer.bytes->size() != source_.length) {
             answer.status = ioErr;
         } else {
@@ -350,5 +416,6 @@ ForkAnswer ForkSearch::takeFork() {
         logChannel().info("Resource fork:  %s",
                           forkPlaceName(source_.place) + (": " + source_.file.string()));
     }
+    answer.trouble = troubleOrDamage();
     return answer;
 }

@@ -2,17 +2,34 @@
 
 #include <boost/filesystem/path.hpp>
 #include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "ResourceManager.h"
 
-/// Makes a file reference; the assertion "err == noErr" throws std::runtime_error.
+/// A file that cannot be opened. Its text is what becomes a diagnostic.
+class ForkError : public std::runtime_error {
+  public:
+    ForkError(const std::string& text, std::int16_t status, ForkTrouble trouble)
+        : std::runtime_error(text), status_(status), trouble_(std::move(trouble)) {}
+
+    std::int16_t status() const { return status_; }
+    /// Why, for people; never none.
+    const ForkTrouble& trouble() const { return trouble_; }
+
+  private:
+    std::int16_t status_;
+    ForkTrouble trouble_;
+};
+
+/// Makes a file reference; the assertion "err == noErr" throws ForkError.
 FSRef referenceTo(const boost::filesystem::path& file);
 
 /// FSGetResourceForkName or FSGetDataForkName.
 using ForkNameOperation = std::int16_t (*)(HFSUniStr255*);
 
-/// Opens a fork for reading and makes it current. A failure throws std::runtime_error with the text
-/// that becomes a diagnostic.
+/// Opens a fork for reading and makes it current. A failure throws ForkError.
 std::int16_t openFork(const FSRef& file, ForkNameOperation forkName);
 
 /// One resource file that is open and current for as long as the object lives. Whatever happens in

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/system/error_code.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -12,7 +13,6 @@
 #include "Export.h"
 #include "FinderInfo.h"
 
-class FolderListing;
 struct ForkCaches;
 
 /// The places where resource forks and Finder information are kept, in the order of looking.
@@ -59,13 +59,24 @@ struct ForkSource {
     std::uint64_t length = 0;      // of the fork
 };
 
+/// The first thing on the way that a look could not see into, so that it may have missed something
+/// there: a folder that cannot be listed, an attribute or a sidecar that cannot be read or is
+/// damaged, a fork that the system does not hand out.
+struct ForkTrouble {
+    boost::system::error_code error;  // none: nothing was in the way
+    std::string reason;               // what could not be seen and why, for people
+    explicit operator bool() const { return static_cast<bool>(error); }
+};
+
 /// Answer to "where is the resource fork".
 struct ForkAnswer {
     /// noErr; eofErr when no place holds a fork; fnfErr, permErr, ioErr, tmfoErr; memFullErr for a
-    /// fork over the limit; mapReadErr when all forks found are damaged (source is then the first).
+    /// fork over the limit; mapReadErr when all forks found are damaged (source is then the first),
+    /// as a BinHex fork over the limit is taken to be.
     std::int16_t status = 0;
     ForkSource source;
     ForkBytes bytes;  // never null with noErr; the receiver's own
+    ForkTrouble trouble;
 };
 
 /// Answer to "what is the file's Finder information".
@@ -75,6 +86,7 @@ struct FinderAnswer {
     std::int16_t status = 0;
     ForkPlace place = ForkPlace::eNone;
     FinderInfo info;
+    ForkTrouble trouble;
 };
 
 /// What belongs to a file but is kept outside its own bytes.
@@ -82,7 +94,10 @@ struct ExternalForks {
     std::int16_t status = 0;  // other than noErr: something is there that cannot be read
     FinderInfo finderInfo;
     ForkBytes resourceFork;  // null: none
-    bool empty() const { return finderInfo.empty() && !resourceFork; }
+    /// The bytes of an AppleDouble sidecar that is damaged, to be kept as they are; null: none.
+    ForkBytes damagedSidecar;
+    ForkTrouble trouble;  // what `status` is about
+    bool empty() const { return finderInfo.empty() && !resourceFork && !damagedSidecar; }
 };
 
 /// Finds the resource fork and the Finder information of files, wherever operating systems, file
@@ -108,14 +123,19 @@ class OXPARSER_EXPORT ForkLocator {
 
     /// What a test or a host may replace.
     struct Environment {
-        /// Names of a file's extended attributes, links followed.
-        std::function<std::vector<std::string>(const boost::filesystem::path&)> listAttributes;
-        /// Bytes of one attribute; nothing when it is not there or longer than `limit`.
+        /// Names of a file's extended attributes, links followed. That there are none is no error.
+        std::function<std::vector<std::string>(const boost::filesystem::path&,
+                                               boost::system::error_code& error)>
+            listAttributes;
+        /// Bytes of one attribute; nothing without an error when it is not there, EFBIG when it is
+        /// longer than `limit`.
         std::function<std::optional<std::vector<std::uint8_t>>(
-            const boost::filesystem::path&, const std::string& name, std::uint64_t limit)>
+            const boost::filesystem::path&, const std::string& name, std::uint64_t limit,
+            boost::system::error_code& error)>
             readAttribute;
-        /// Whether files of this folder may have attributes that are not listed.
-        std::function<bool(const FolderListing&)> hidesAttributes;
+        /// Whether files of this folder may have attributes that are not listed; asked when the
+        /// folder is.
+        std::function<bool(const boost::filesystem::path& folder)> hidesAttributes;
         /// What is appended to a path to reach its resource fork as a file.
         std::string namedForkSuffix;
         std::string hfsForkSuffix;
@@ -149,8 +169,6 @@ class OXPARSER_EXPORT ForkLocator {
     static bool isSidecarFolder(std::string_view name);
 
   private:
-    friend class ForkSearch;
-
     Environment environment_;
     std::unique_ptr<ForkCaches> caches_;
 };

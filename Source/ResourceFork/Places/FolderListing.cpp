@@ -3,18 +3,19 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#ifdef __linux__
-#include <sys/vfs.h>
-#endif
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <utility>
 
+#include "FileDescriptor.h"
 #include "FileNames.h"
 #include "FileTime.h"
+
+using boost::system::error_code;
 
 namespace {
 
@@ -34,39 +35,38 @@ bool changedJustNow(const timespec& changed) {
     return std::abs(age) < (changed.tv_nsec == 0 ? 2.5 : 0.1);
 }
 
-// Linux lists the Finder information of HFS Plus without its last letter (6.12) or not at all
-// (7.2).
-bool hidesAttributes(int descriptor) {
-#ifdef __linux__
-    constexpr auto kHfsPlus = 0x482B;
-    struct statfs volume;
-    return ::fstatfs(descriptor, &volume) == 0 && volume.f_type == kHfsPlus;
-#else
-    static_cast<void>(descriptor);
-    return false;
-#endif
+// The error of the system call that has just failed, unless it says that there is no such folder.
+error_code unlessMissing() {
+    const bool missing =
+        errno == ENOENT || errno == ENOTDIR || errno == ELOOP || errno == ENAMETOOLONG;
+    return missing ? error_code() : lastSystemError();
 }
 
-// Closes the descriptor.
-std::vector<FolderListing::Entry> readEntries(int descriptor) {
+// Closes the descriptor. Leaves out what comes after an error.
+std::vector<FolderListing::Entry> readEntries(int descriptor, error_code& error) {
     std::vector<FolderListing::Entry> entries;
     DIR* stream = ::fdopendir(descriptor);
     if (stream == nullptr) {
+        error = lastSystemError();
         ::close(descriptor);
         return entries;
     }
     const std::unique_ptr<DIR, int (*)(DIR*)> closer(stream, ::closedir);
+    errno = 0;
     while (const dirent* entry = ::readdir(stream)) {
         const bool maybeLink = entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN;
         entries.push_back({entry->d_name, maybeLink, entry->d_type == DT_REG});
+        errno = 0;
     }
+    error = errno != 0 ? unlessMissing() : error_code();
     return entries;
 }
 
 }  // namespace
 
-FolderListing::FolderListing(std::vector<Entry> entries, bool hidesAttributes)
-    : entries_(std::move(entries)), hidesAttributes_(hidesAttributes) {
+FolderListing::FolderListing(std::vector<Entry> entries, const error_code& error,
+                             bool hidesAttributes)
+    : entries_(std::move(entries)), error_(error), hidesAttributes_(hidesAttributes) {
     std::sort(entries_.begin(), entries_.end(),
               [](const Entry& a, const Entry& b) { return a.name < b.name; });
     for (const Entry& entry : entries_) {
@@ -128,9 +128,10 @@ std::shared_ptr<const FolderListing> FolderListings::of(const boost::filesystem:
     const bool follow = links == Links::eFollow;
     const char* path = folder.empty() ? "." : folder.c_str();
     struct stat status;
-    const int failed = follow ? ::stat(path, &status) : ::lstat(path, &status);
-    if (failed != 0 || !S_ISDIR(status.st_mode)) {
-        return std::make_shared<FolderListing>(std::vector<FolderListing::Entry>());
+    const bool failed = (follow ? ::stat(path, &status) : ::lstat(path, &status)) != 0;
+    if (failed || !S_ISDIR(status.st_mode)) {
+        return std::make_shared<FolderListing>(std::vector<FolderListing::Entry>(),
+                                               failed ? unlessMissing() : error_code());
     }
     const timespec changed = modificationTime(status);
     const auto kept = std::find_if(kept_.begin(), kept_.end(), [&](const Kept& k) {
@@ -148,12 +149,14 @@ std::shared_ptr<const FolderListing> FolderListings::of(const boost::filesystem:
     const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
     const bool settled = !changedJustNow(changed);
     const int descriptor = ::open(path, follow ? flags : flags | O_NOFOLLOW);
-    auto listing = std::make_shared<FolderListing>(std::vector<FolderListing::Entry>());
+    error_code error = descriptor < 0 ? unlessMissing() : error_code();
+    std::vector<FolderListing::Entry> entries;
     if (descriptor >= 0) {
-        const bool hides = hidesAttributes(descriptor);
-        listing = std::make_shared<FolderListing>(readEntries(descriptor), hides);
+        entries = readEntries(descriptor, error);
     }
-    if (settled && descriptor >= 0) {
+    const bool hides = hidesAttributes_ && hidesAttributes_(path);
+    auto listing = std::make_shared<FolderListing>(std::move(entries), error, hides);
+    if (settled && descriptor >= 0 && !error) {
         kept_.push_front({path, status.st_dev, status.st_ino, changed, listing});
         if (kept_.size() > kKept) {
             kept_.pop_back();

@@ -34,11 +34,15 @@ struct Layout {
     bool isSingle = false;
     std::optional<Extent> resourceFork;
     std::optional<Extent> finderInfo;
-    bool clamped = false;  // the fork's length was stale and now ends with the file
+    bool clamped = false;   // the fork's length was stale and now ends with the file
+    bool forkLost = false;  // the table names a fork that does not lie in the file
 };
 
 /// Whether magic and version can be missing: some files of old Netatalk servers lack them.
 enum class Strictness { eStrict, eOldNetatalk };
+
+/// Whether a file that begins so is marked as one of them.
+bool hasMagic(ByteView start);
 
 /// Bytes that the header takes, entries included, by its first kHeaderSize bytes; at most
 /// kHeaderLimit. Nothing when these are no header.
