@@ -188,7 +188,7 @@ TEST(BoundedWork, ALongLineIsScannedOnce) {
     }
     set_line(line.c_str());
     std::size_t tokens = 0;
-    for (get_next_token(); tokentype != kTokenEndOfLine; get_next_token()) {
+    for (get_next_token(); tokentype != eTokenEndOfLine; get_next_token()) {
         ++tokens;
         ++iIndex;
     }
