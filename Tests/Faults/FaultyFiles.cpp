@@ -3,10 +3,10 @@
 //     OXPARSER_FAULT="CALL ACTION SUFFIX [OFFSET]"
 //
 // CALL is open, read or list. SUFFIX is how the path ends that is meant. ACTION is the name of an
-// error, each call then fails with it; "short" or "interrupted" for reads that give a few bytes or
-// are interrupted every other time; or what is done to the file itself, once and for real, right
-// before the call: truncate, grow, unlink, forbid or remove (a folder with all in it). Bytes of the
-// file before OFFSET are read as they should be.
+// error, each call then fails with it; "hang", each call then never returns; "short" or
+// "interrupted" for reads that give a few bytes or are interrupted every other time; or what is
+// done to the file itself, once and for real, right before the call: truncate, grow, unlink, forbid
+// or remove (a folder with all in it). Bytes of the file before OFFSET are read as they should be.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -90,6 +90,9 @@ bool fails(const char* call, const std::string& path) {
     if (const int error = errorOf(fault().action)) {
         errno = error;
         return true;
+    }
+    while (fault().action == "hang") {
+        ::pause();
     }
     within = true;
     change(path);
