@@ -9,7 +9,7 @@ import subprocess
 import unittest
 
 import sfnt
-from test_program import NOBODY, ProgramTest
+from program import NOBODY, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]
