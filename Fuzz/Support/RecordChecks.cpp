@@ -62,7 +62,7 @@ void checkRecord(const OxFont& font, const RecordRules& rules) {
                   diagnostic.text);
     }
     for (const auto& [key, value] : font.attributes()) {
-        check(kKeys.contains(key), "a described key", key);
+        check(kKeys.contains(key), "a key of the library", key);
     }
     const int type = font.getFontType();
     check(std::find(rules.fontTypes.begin(), rules.fontTypes.end(), type) != rules.fontTypes.end(),

@@ -34,7 +34,7 @@ struct RecordRules {
 void checkEqual(const OxFont& a, const OxFont& b);
 void checkEqual(const FontList& a, const FontList& b);
 
-/// Known codes, known beginnings of the texts of code 0, described keys and types, and a way
+/// Known codes, known beginnings of the texts of code 0, keys and types of the library, and a way
 /// through JSON and back without loss.
 void checkRecord(const OxFont& font, const RecordRules& rules);
 

@@ -111,7 +111,8 @@ def main():
     for cursor in declarations(parse(folder, headers).cursor, folder):
         name = qualified(cursor)
         if is_open(cursor):
-            names.add(name)
+            value = (f" = {cursor.enum_value}" if cursor.kind == CursorKind.ENUM_CONSTANT_DECL else "")
+            names.add(name + value)
         if in_template(cursor):
             continue
         symbol = one_form(cursor.mangled_name or cursor.spelling)

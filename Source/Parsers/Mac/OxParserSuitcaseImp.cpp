@@ -6,7 +6,6 @@
 #include <new>
 #include <stdexcept>
 
-#include "CollectionBudget.h"
 #include "FileBytes.h"
 #include "FontTypes.h"
 #include "Log.h"
@@ -17,8 +16,8 @@
 #include "OxParserTrueTypeMacImp.h"
 #include "ResourceFileSession.h"
 #include "ResourceManager.h"
-#include "SuitcaseBudget.h"
 #include "UniqueFonts.h"
+#include "WorkBudget.h"
 
 namespace {
 
@@ -37,7 +36,7 @@ const LogChannel& log() {
 class SuitcaseWalk {
   public:
     SuitcaseWalk(const fs::path& file, FontList& fonts)
-        : file_(file), unique_(fonts), outlines_(file, kSuitcaseMode, budget_) {}
+        : file_(file), unique_(fonts), outlines_(file, eSuitcaseMode, work_) {}
 
     void readFamily(std::int16_t index) {
         auto damaged = std::make_unique<OxFont>();
@@ -61,8 +60,8 @@ class SuitcaseWalk {
   private:
     void readEntries(Handle fond) {
         for (const AsscEntry& entry : FondView(handleBytes(fond)).entries()) {
-            if (budget_.isExhausted()) {
-                throw std::runtime_error(CollectionBudget::kTooEntangled);
+            if (work_.isExhausted()) {
+                throw std::runtime_error(kTooEntangled);
             }
             readEntry(fond, entry);
         }
@@ -71,8 +70,8 @@ class SuitcaseWalk {
     void readEntry(Handle fond, const AsscEntry& entry) {
         if (entry.fontSize > 0) {
             const std::unique_ptr<FontList> fonts(
-                postscript_.parseFont(file_, fond, &entry, kSuitcaseMode));
-            budget_.addStrike(fonts->front());
+                postscript_.parseFont(file_, fond, &entry, eSuitcaseMode));
+            work_.addStrike(fonts->front());
             add(*fonts);
         } else if (const auto outline = outlines_.of(fond, entry); outline.isNew) {
             add(outline.fonts);  // later the same records would all be found to be known
@@ -82,14 +81,14 @@ class SuitcaseWalk {
     void add(const FontList& fonts) {
         for (const OxFont& font : fonts) {
             if (unique_.add(font)) {
-                budget_.addKept(font);
+                work_.addKept(font);
             }
         }
     }
 
     const fs::path& file_;
     UniqueFonts unique_;
-    SuitcaseBudget budget_;
+    SuitcaseWork work_;
     OutlineRecords outlines_;
     OxParserPostscriptImp postscript_;
 };

@@ -9,8 +9,8 @@
 
 /// Where an association entry comes from.
 enum AssociationMode : int {
-    kSuitcaseMode = 1,
-    kDfontMode = 4,
+    eSuitcaseMode = 1,
+    eDfontMode = 4,
 };
 
 /// Turns one outline entry of a family into records: the 'sfnt' resource that it names, read as a

@@ -22,10 +22,5 @@ class OXPARSER_EXPORT OxParserOpenTypeImp : public OxParserTrueTypeImp {
     /// A real 'CFF ' table never gets here: the walk asks for the lower-case tag, deliberately.
     bool parseCompactFontFormatTable(const ttf::tagTableDirectory* record, OxFont& font);
     /// The names read from the current file's CFF table.
-    const std::vector<std::string>& fontNames() const { return fontNames_; }
-
-  private:
-    bool readNameIndex(const ttf::tagTableDirectory& record, OxFont& font);
-
-    std::vector<std::string> fontNames_;
+    const std::vector<std::string>& fontNames() const;
 };

@@ -1,5 +1,6 @@
 #include "OxParserPFBImp.h"
 
+#include "FileBytes.h"
 #include "Log.h"
 #include "ParserSupport.h"
 #include "PfbHeader.h"
@@ -31,7 +32,7 @@ const LogChannel& log() {
 
 }  // namespace
 
-OxParserPFBImp::OxParserPFBImp() = default;
+OxParserPFBImp::OxParserPFBImp() : buffer_(std::make_unique<ByteBuffer>()) {}
 OxParserPFBImp::~OxParserPFBImp() = default;
 
 boost::ptr_vector<OxFont>* OxParserPFBImp::parseFontFile(boost::filesystem::path file) {
@@ -71,14 +72,14 @@ void OxParserPFBImp::readFont(const boost::filesystem::path& file, OxFont& font)
         return;
     }
     FileBytes bytes;
-    if (!readWhole(file, *size, bytes, buffer_, kPfbHeaderBufferSize)) {
+    if (!readWhole(file, *size, bytes, *buffer_, kPfbHeaderBufferSize)) {
         font.addDiagnostic(eError, kReadFailed);
         return;
     }
     font.setAttribute(eFingerprint, bytes.digest());
 
     PfbHeader header{};
-    ParsePFBHeader(reinterpret_cast<char*>(buffer_.data()), &header);
+    ParsePFBHeader(reinterpret_cast<char*>(buffer_->data()), &header);
     for (const HeaderAttribute& attribute : kHeaderAttributes) {
         font.setAttribute(attribute.key, header.*attribute.field);
     }

@@ -1,7 +1,10 @@
 #pragma once
 
-#include "FileBytes.h"
+#include <memory>
+
 #include "OxParserImp.h"
+
+class ByteBuffer;
 
 /// The parser of Type 1 font programs in PFB files: one record a file, with the names that the
 /// clear text at the program's head gives, a fingerprint over the whole file and the type "PFB".
@@ -28,5 +31,5 @@ class OXPARSER_EXPORT OxParserPFBImp : public OxParserImp {
   private:
     void readFont(const boost::filesystem::path& file, OxFont& font);
 
-    ByteBuffer buffer_;
+    const std::unique_ptr<ByteBuffer> buffer_;  // what a file is read into
 };

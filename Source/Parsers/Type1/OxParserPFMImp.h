@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "ByteView.h"
-#include "FileBytes.h"
 #include "OxParserImp.h"
+
+class ByteBuffer;
 
 /// The parser of printer font metrics (PFM) files, the metrics half of a Type 1 font for Windows:
 /// one record a file, with a fingerprint, the italic flag and a diagnostic for every field that
@@ -51,7 +53,7 @@ class OXPARSER_EXPORT OxParserPFMImp : public OxParserImp {
     void readFont(const boost::filesystem::path& file, OxFont& font);
     void setViews(ByteView file);
 
-    ByteBuffer buffer_;
+    const std::unique_ptr<ByteBuffer> buffer_;  // what a file is read into
     ByteView header_;
     ByteView extension_;
     ByteView metrics_;

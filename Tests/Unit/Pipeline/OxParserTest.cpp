@@ -246,7 +246,7 @@ TEST_F(Pipeline, CancelDuringTheWalkDropsEverythingAndOnlyTheWalkSaysSo) {
     ScanHost host(*parser);
     host.cancelAt(3);
     host.run();
-    EXPECT_THAT(host.found, SizeIs(20)) << "the described walk goes on";
+    EXPECT_THAT(host.found, SizeIs(20)) << "a walk that is not tolerant goes on";
     EXPECT_THAT(host.fileCompletions, ElementsAre(true));
     EXPECT_THAT(host.fonts, IsEmpty());
     EXPECT_THAT(host.fontCompletions, ElementsAre(false));

@@ -4,8 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "Export.h"
-
 /// One token of a PostScript program.
 struct PostScriptToken {
     enum class Kind {
@@ -28,7 +26,7 @@ struct PostScriptToken {
 /// Splits a PostScript program into tokens (PostScript Language Reference, 3.2). Hexadecimal
 /// strings are skipped. Ends of line are CR, LF or both. Whatever is left open at the program's end
 /// ends there. The program's bytes must outlive the object.
-class OXPARSER_EXPORT PostScriptTokens {
+class PostScriptTokens {
   public:
     /// Longer texts are cut; it is also the language's own limit for strings.
     static constexpr std::size_t kLongestText = 65535;

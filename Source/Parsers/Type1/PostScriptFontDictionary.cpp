@@ -1,7 +1,7 @@
 #include "PostScriptFontDictionary.h"
 
 #include "Ascii.h"
-#include "OxParserPSOutlineImp.h"
+#include "Keywords.h"
 #include "PostScriptTokens.h"
 
 namespace {
@@ -9,23 +9,23 @@ namespace {
 using Kind = PostScriptToken::Kind;
 
 // Identifiers of the keyword tables.
-enum Symbol : std::int32_t {
-    eNoSymbol = 0,
+enum class Symbol : std::int32_t {
+    eNone = 0,
     eDictionaryEnd = 1,
     eEexec = 2,
-    eFontNameSymbol = 4,
-    eFontTypeSymbol = 5,
-    eFontInfoSymbol = 8,
-    eCopyrightSymbol = 9,
-    eFamilyNameSymbol = 10,
-    eVersionSymbol = 11,
-    eFullNameSymbol = 12,
-    eNoticeSymbol = 13,
+    eFontName = 4,
+    eFontType = 5,
+    eFontInfo = 8,
+    eCopyright = 9,
+    eFamilyName = 10,
+    eVersion = 11,
+    eFullName = 12,
+    eNotice = 13,
 };
 
 template <std::size_t N>
-std::int32_t lookUp(const std::string& token, const SymbolMapping (&table)[N]) {
-    return OxParserPSOutlineImp::lookupSymbol(token, table, N, sizeof(SymbolMapping));
+Symbol lookUp(const std::string& token, const SymbolMapping (&table)[N]) {
+    return static_cast<Symbol>(lookupSymbol(token, table, N, sizeof(SymbolMapping)));
 }
 
 void setOnce(std::optional<std::string>& field, std::string value) {
@@ -71,7 +71,7 @@ class DictionaryReader {
             return false;
         }
         const std::string key = ascii::toLower(token_.text);
-        if (lookUp(key, kSymbols) == eEexec) {
+        if (lookUp(key, kSymbols) == Symbol::eEexec) {
             ended_ = true;
             return false;
         }
@@ -86,7 +86,7 @@ class DictionaryReader {
             return;
         }
         const std::string key = ascii::toLower(token_.text.substr(start, colon + 1 - start));
-        if (lookUp(key, kPS3Symbols) == eFontNameSymbol) {
+        if (lookUp(key, kPS3Symbols) == Symbol::eFontName) {
             PostScriptTokens value(std::string_view(token_.text).substr(colon + 1));
             const std::string name = value.next().text;
             if (!name.empty()) {
@@ -107,11 +107,11 @@ class DictionaryReader {
 
     bool readFontKey(const std::string& key) {
         switch (lookUp(key, kSymbols)) {
-            case eFontNameSymbol:
+            case Symbol::eFontName:
                 return readName(font_.fontName);
-            case eFontTypeSymbol:
+            case Symbol::eFontType:
                 return readValue(Kind::eWord, font_.fontType);
-            case eFontInfoSymbol:
+            case Symbol::eFontInfo:
                 font_.isPresent = true;
                 info_ = Info::eAnnounced;
                 return false;
@@ -133,16 +133,16 @@ class DictionaryReader {
             return readValue(Kind::eString, font_.fullName);
         }
         switch (lookUp(key, kFontInfoSymbols)) {
-            case eDictionaryEnd:
+            case Symbol::eDictionaryEnd:
                 info_ = Info::eOutside;
                 return false;
-            case eFamilyNameSymbol:
+            case Symbol::eFamilyName:
                 return readValue(Kind::eString, font_.familyName);
-            case eVersionSymbol:
+            case Symbol::eVersion:
                 return readValue(Kind::eString, font_.version);
-            case eNoticeSymbol:
+            case Symbol::eNotice:
                 return readValue(Kind::eString, font_.notice);
-            case eCopyrightSymbol:
+            case Symbol::eCopyright:
                 return readValue(Kind::eString, font_.copyright);
             default:
                 return false;

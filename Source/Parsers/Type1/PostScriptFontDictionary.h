@@ -4,8 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "Export.h"
-
 /// What the font dictionary of a Type 1 or Type 3 program says; texts in the bytes of the program,
 /// as far as they are there. Of a key that occurs twice the first counts.
 struct PostScriptFontDictionary {
@@ -20,5 +18,5 @@ struct PostScriptFontDictionary {
 
     /// Reads the clear text of a program, up to its "eexec" or its end. A Type 3 program may give
     /// the font's name in a comment at its start instead.
-    OXPARSER_EXPORT static PostScriptFontDictionary read(std::string_view program);
+    static PostScriptFontDictionary read(std::string_view program);
 };
