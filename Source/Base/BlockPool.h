@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <map>
 
-#include "FileBytes.h"
+#include "ByteBuffer.h"
 
 /// Blocks of any size out of one piece of memory, which is asked for at the first block and touched
 /// only as far as it is used. Not for several threads at once.

@@ -130,7 +130,7 @@ bool ForkLocator::isSidecar(const fs::path& file) {
             nullptr) {
         return false;
     }
-    const ForkFile::Opened opened = ForkFile::open(file, ForkFile::Links::eRefuse);
+    const ForkFile::Opened opened = ForkFile::open(file, RegularFile::Links::eRefuse);
     if (!opened.file) {
         return false;
     }

@@ -59,9 +59,9 @@ bool isLink(const fs::path& path) {
 
 const FinderDat& FinderDatCache::of(const ForkFile& file,
                                     const std::shared_ptr<const FolderListing>& folder) {
-    if (folder != folder_ || file.stamp() != stamp_) {
+    if (folder != folder_ || file.version() != version_) {
         const std::vector<std::uint8_t> bytes = file.read(0, FinderDat::kSizeLimit);
-        stamp_ = file.wasCutShort() ? ForkFile::Stamp() : file.stamp();
+        version_ = file.wasCutShort() ? FileVersion() : file.version();
         folder_ = folder;
         parsed_ = FinderDat(ByteView(bytes), [&](const std::string& name) {
             return folder_->findAnyCase(name) != nullptr;
@@ -192,7 +192,7 @@ std::optional<std::vector<std::uint8_t>> ForkSearch::unlistedAttribute(const std
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::openSidecar(const fs::path& path) {
-    return opened(ForkFile::open(path, ForkFile::Links::eRefuse));
+    return opened(ForkFile::open(path, RegularFile::Links::eRefuse));
 }
 
 std::shared_ptr<const ForkFile> ForkSearch::opened(const ForkFile::Opened& result) {
@@ -209,7 +209,7 @@ std::shared_ptr<const ForkFile> ForkSearch::content() {
         if (isEmpty_) {
             return nullptr;
         }
-        const auto file = opened(ForkFile::open(file_, ForkFile::Links::eFollow));
+        const auto file = opened(ForkFile::open(file_, RegularFile::Links::eFollow));
         if (file && file->size() != 0 && file->size() < kTooLargeToRead) {
             content_ = file;
             contentStart_ = content_->read(0, kContentStart);

@@ -23,7 +23,7 @@ class FinderDatCache {
     const FinderDat& of(const ForkFile& file, const std::shared_ptr<const FolderListing>& folder);
 
   private:
-    ForkFile::Stamp stamp_;
+    FileVersion version_;
     std::shared_ptr<const FolderListing> folder_;
     FinderDat parsed_;
 };

@@ -94,7 +94,7 @@ PathStatus statusOf(const fs::path& path) {
 
 ForkAnswer readDataFork(const fs::path& path) {
     ForkAnswer answer;
-    const ForkFile::Opened opened = ForkFile::open(path, ForkFile::Links::eFollow);
+    const ForkFile::Opened opened = ForkFile::open(path, RegularFile::Links::eFollow);
     answer.status = opened.status;
     if (!opened.file) {
         return answer;
