@@ -2,13 +2,16 @@
 
 #include <sys/mman.h>
 
+#include <bit>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
-// Blocks grow in such steps, so that a row of slightly larger files does not allocate each time.
-constexpr std::size_t kGrowth = std::size_t{256} * 1024;  // a whole number of pages
+// The smallest block. A larger one has room for twice as much as asked for, so that a row of ever
+// larger files does not need a fresh one each time; what is not used takes no memory.
+constexpr std::size_t kSmallest = std::size_t{256} * 1024;  // a whole number of pages
 // A block beyond this is given back when the next file needs much less.
 constexpr std::size_t kKept = std::size_t{64} << 20;
 
@@ -58,9 +61,7 @@ std::uint8_t* mapBlock(std::size_t size) {
     return static_cast<std::uint8_t*>(aligned);
 }
 
-std::uint8_t* allocate(std::size_t size) {
-    return kExact ? static_cast<std::uint8_t*>(std::malloc(size)) : mapBlock(size);
-}
+thread_local ByteBuffer::Spare* theSpare = nullptr;
 
 }  // namespace
 
@@ -73,21 +74,51 @@ void ByteBuffer::Free::operator()(std::uint8_t* block) const {
 }
 
 void ByteBuffer::resize(std::size_t size) {
-    if (size > capacity_ || (capacity_ > kKept && size < capacity_ / 4) ||
-        (kExact && size != capacity_)) {
-        release();
-        const std::size_t rounded = kExact ? size : (size + kGrowth - 1) / kGrowth * kGrowth;
-        bytes_ = {allocate(rounded), Free{rounded}};
-        if (!bytes_) {
-            throw std::bad_alloc();
+    if (size > capacity() || (capacity() > kKept && size < capacity() / 4) ||
+        (kExact && size != capacity())) {
+        bytes_.reset();
+        size_ = 0;
+        if (theSpare != nullptr) {
+            bytes_ = std::move(theSpare->block_);
         }
-        capacity_ = rounded;
+        if (size > capacity()) {
+            bytes_.reset();
+            bytes_ = allocate(size);
+        }
     }
     size_ = size;
 }
 
 void ByteBuffer::release() {
+    if (theSpare != nullptr && !kExact && capacity() <= kKept) {
+        theSpare->block_ = std::move(bytes_);
+    }
     bytes_.reset();
-    capacity_ = 0;
     size_ = 0;
+}
+
+ByteBuffer::Block ByteBuffer::allocate(std::size_t size) {
+    Block block;
+    if (kExact) {
+        block = {static_cast<std::uint8_t*>(std::malloc(size)), Free{size}};
+    } else {
+        const std::size_t pages = (size + kSmallest - 1) / kSmallest * kSmallest;
+        for (const std::size_t room : {std::bit_ceil(pages), pages}) {
+            if (!block) {
+                block = {mapBlock(room), Free{room}};
+            }
+        }
+    }
+    if (!block) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+ByteBuffer::Spare::Spare() {
+    theSpare = this;
+}
+
+ByteBuffer::Spare::~Spare() {
+    theSpare = nullptr;
 }

@@ -19,6 +19,8 @@ bool OxParserImp::readsWhole(const boost::filesystem::path& /*file*/) const {
     return false;
 }
 
+void OxParserImp::releaseMemory() {}
+
 bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
     return false;
 }

@@ -30,6 +30,10 @@ class OXPARSER_EXPORT OxParserImp {
     /// any time while the parser is registered. A wrong answer costs time and changes no record.
     /// The base answers false.
     virtual bool readsWhole(const boost::filesystem::path& file) const;
+    /// Gives back the memory that the last file was read into, and with it whatever a parser kept
+    /// for looking at that file again. A coordinator calls it before another parser reads a file,
+    /// so that one file's bytes are kept at a time. The base does nothing.
+    virtual void releaseMemory();
     /// Reserved.
     virtual bool diagnoseFont(boost::filesystem::path file);
     /// Reserved.

@@ -10,18 +10,19 @@
 /// only as far as it is used. Not for several threads at once.
 class BlockPool {
   public:
-    explicit BlockPool(std::size_t size) : size_(size) {}
+    explicit BlockPool(std::size_t size);
 
     /// A block of at least `size` bytes with unspecified contents; null when there is no room for
     /// it now. Throws std::bad_alloc.
     std::uint8_t* take(std::size_t size);
-    void giveBack(const std::uint8_t* block);
+    /// `size` as it was asked for.
+    void giveBack(const std::uint8_t* block, std::size_t size);
 
     std::size_t inUse() const { return inUse_; }
 
   private:
     const std::size_t size_;
     ByteBuffer memory_;
-    std::map<std::size_t, std::size_t> blocks_;  // offset and size of those in use
+    std::map<std::size_t, std::size_t> gaps_;  // offset and size of what is not in use
     std::size_t inUse_ = 0;
 };

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
 #include <new>
+#include <span>
 #include <system_error>
 #include <utility>
 
@@ -25,7 +27,7 @@ bool separateDescriptors() {
 
 LookAhead::LookAhead(unsigned helpers, std::size_t budget, const PathQueue& paths,
                      ReadsWhole readsWhole)
-    : paths_(paths), readsWhole_(std::move(readsWhole)), blocks_(budget) {
+    : paths_(paths), readsWhole_(std::move(readsWhole)), budget_(budget), blocks_(budget) {
     helpers_.reserve(helpers);
     try {
         while (helpers_.size() < helpers) {
@@ -54,57 +56,76 @@ void LookAhead::help() {
     Lanes lanes;
     Lock lock(mutex_);
     while (!stopping_) {
-        bool isReading = false;
-        for (Lane& lane : lanes) {
-            while (lane.entry == nullptr && !atEnd_ && !isFarAhead() && !stopping_) {
-                claim(lock, lane);
-            }
-            isReading = isReading || lane.entry != nullptr;
-        }
-        if (isReading) {
+        claim(lock, lanes);
+        if (std::any_of(lanes.begin(), lanes.end(), std::mem_fn(&Lane::isReading))) {
             advance(lock, lanes);
         } else if (atEnd_) {
             return;
-        } else if (!stopping_) {
+        } else if (!stopping_ && !mayClaim(lanes)) {
             freed_.wait(lock);
         }
     }
 }
 
-// Takes the next file that nobody has claimed, and leaves the lane without one if it is not to be
-// read ahead.
-void LookAhead::claim(Lock& lock, Lane& lane) {
-    next_ = std::max(next_, begun_);
-    lane.number = next_++;
-    lock.unlock();
-    bool isOpen = false;
-    bool isThere = true;
-    try {
-        boost::filesystem::path path;
-        isThere = paths_.peek(lane.number, path) != PathQueue::Place::NotThereYet;
-        isOpen = !path.empty() && readsWhole_(path) && open(path, lane.file);
-    } catch (...) {
-        // Out of memory, or a parser's trouble: the reader meets it if it matters.
+// Gives each lane without a file the next one that nobody has claimed, if that is to be read ahead.
+void LookAhead::claim(Lock& lock, Lanes& lanes) {
+    std::array<Lane*, kMd5Lanes> free{};
+    std::size_t count = 0;
+    if (mayClaim(lanes)) {
+        next_ = std::max(next_, begun_);
+        for (Lane& lane : lanes) {
+            if (!lane.isReading()) {
+                lane.number = next_++;
+                free[count++] = &lane;
+            }
+        }
     }
-    if (!isOpen) {
-        lane.file.reset();
+    if (count == 0) {
+        return;
+    }
+    lock.unlock();
+    bool isEndSeen = false;
+    for (Lane* const lane : std::span(free.data(), count)) {
+        lane->file.reset();
+        isEndSeen = isEndSeen || !open(*lane);
     }
     lock.lock();
-    atEnd_ = atEnd_ || !isThere;
-    // When its turn has begun meanwhile, the reader is quicker by itself.
-    if (isOpen && lane.number >= begun_) {
-        startReading(lane);
+    atEnd_ = atEnd_ || isEndSeen;
+    for (Lane* const lane : std::span(free.data(), count)) {
+        // When its turn has begun meanwhile, the reader is quicker by itself.
+        if (lane->file && lane->number >= begun_) {
+            startReading(*lane);
+        }
     }
 }
 
-bool LookAhead::open(const boost::filesystem::path& path, std::optional<FileBytes>& file) {
-    // The status first: opening a device is not without effect.
-    return regularFileSize(path).has_value() && file.emplace().open(path) &&
-           file->size() < kTooLargeToRead;
+// Opens the lane's file, if that is to be read ahead; false when there is no such path yet.
+bool LookAhead::open(Lane& lane) {
+    boost::filesystem::path path;
+    try {
+        if (paths_.peek(lane.number, path) == PathQueue::Place::NotThereYet) {
+            return false;
+        }
+        // The status first: opening a device is not without effect.
+        if (path.empty() || !readsWhole_(path) || !regularFileSize(path) ||
+            !lane.file.emplace().open(path) || lane.file->size() >= kTooLargeToRead) {
+            lane.file.reset();
+        }
+    } catch (...) {
+        // Out of memory, or a parser's trouble: the reader meets it if it matters.
+        lane.file.reset();
+    }
+    return true;
 }
 
-bool LookAhead::isFarAhead() const {
-    return bytesAhead_ > kMostBytesAhead || entries_.size() > kMostFilesAhead;
+bool LookAhead::mayClaim(const Lanes& lanes) const {
+    if (atEnd_ || bytesAhead_ > kMostBytesAhead || entries_.size() > kMostFilesAhead) {
+        return false;
+    }
+    // Small files wait for memory, unless a large one in hand needs them beside it.
+    return !isFull_ || std::any_of(lanes.begin(), lanes.end(), [](const Lane& lane) {
+        return lane.isReading() && lane.file->size() > kSmall;
+    });
 }
 
 void LookAhead::startReading(Lane& lane) {
@@ -116,6 +137,7 @@ void LookAhead::startReading(Lane& lane) {
         entry.version = lane.file->version();
         bytesAhead_ += size;
         entry.block = blocks_.take(size);
+        isFull_ = isFull_ || (entry.block == nullptr && size <= kSmall);
         if (entry.block != nullptr) {
             lane.reading = FileReading(*lane.file, size, entry.block, size);
         } else {
@@ -133,13 +155,13 @@ void LookAhead::advance(Lock& lock, Lanes& lanes) {
     std::array<FileReading*, kMd5Lanes> readings{};
     std::size_t count = 0;
     for (Lane& lane : lanes) {
-        if (lane.entry != nullptr) {
+        if (lane.isReading()) {
             readings[count++] = &lane.reading;
         }
     }
     FileReading::advance({readings.data(), count});
     for (Lane& lane : lanes) {
-        if (lane.entry != nullptr && lane.reading.isDone()) {
+        if (lane.isReading() && lane.reading.isDone()) {
             lane.isWhole = lane.reading.bytesRead() == lane.file->size() &&
                            lane.file->isStill(lane.entry->version);
             lane.file.reset();
@@ -149,11 +171,12 @@ void LookAhead::advance(Lock& lock, Lanes& lanes) {
     bool isAwaitedDone = false;
     for (Lane& lane : lanes) {
         const bool isOver = lane.number < ended_;
-        if (lane.entry == nullptr || (lane.file && !isOver)) {
+        if (!lane.isReading() || (lane.file && !isOver)) {
             continue;
         }
         if (isOver || !lane.isWhole) {
             drop(lane.number);
+            wakeHelpers();
         } else {
             lane.entry->md5 = lane.reading.md5();
             lane.entry->ready = true;
@@ -172,7 +195,7 @@ void LookAhead::drop(std::size_t number) {
     const auto entry = entries_.find(number);
     if (entry != entries_.end()) {
         if (entry->second.block != nullptr) {
-            blocks_.giveBack(entry->second.block);
+            blocks_.giveBack(entry->second.block, entry->second.version.size);
         }
         bytesAhead_ -= entry->second.version.size;
         entries_.erase(entry);
@@ -180,8 +203,11 @@ void LookAhead::drop(std::size_t number) {
 }
 
 void LookAhead::wakeHelpers() {
-    // Not for every file: waking a thread costs about as much as parsing a small font.
-    if (bytesAhead_ <= kMostBytesAhead / 2 && entries_.size() <= kMostFilesAhead / 2) {
+    // Not for every file: waking a thread costs about as much as parsing a small font, and one file
+    // takes as long as many side by side.
+    if (blocks_.inUse() <= budget_ / 2 && bytesAhead_ <= kMostBytesAhead / 2 &&
+        entries_.size() <= kMostFilesAhead / 2) {
+        isFull_ = false;
         freed_.notify_all();
     }
 }

@@ -71,6 +71,8 @@ class LookAhead {
         ByteBuffer piece;               // for a file that is only digested
         FileReading reading;
         bool isWhole = false;  // it was read to its end and did not change meanwhile
+
+        bool isReading() const { return entry != nullptr; }
     };
     using Lanes = std::array<Lane, kMd5Lanes>;
     using Lock = std::unique_lock<std::mutex>;
@@ -78,13 +80,15 @@ class LookAhead {
     // How far ahead of the reader the helpers may be. The digest of a large file takes as long by
     // itself as with those of many others beside it, so there should be many to be had; with too
     // many, the system may have to fetch once more what was only digested.
-    static constexpr std::uint64_t kMostBytesAhead = std::uint64_t{128} << 20;
+    static constexpr std::uint64_t kMostBytesAhead = std::uint64_t{256} << 20;
     static constexpr std::size_t kMostFilesAhead = 1024;
+    // Larger files are digested ahead without memory, too.
+    static constexpr std::size_t kSmall = std::size_t{512} << 10;
 
     void help();
-    void claim(Lock& lock, Lane& lane);
-    static bool open(const boost::filesystem::path& path, std::optional<FileBytes>& file);
-    bool isFarAhead() const;
+    void claim(Lock& lock, Lanes& lanes);
+    bool open(Lane& lane);
+    bool mayClaim(const Lanes& lanes) const;
     void startReading(Lane& lane);
     void advance(Lock& lock, Lanes& lanes);
     void drop(std::size_t number);
@@ -108,6 +112,8 @@ class LookAhead {
     std::size_t next_ = 0;                  // the first file that nobody has claimed
     std::map<std::size_t, Entry> entries_;  // those being read and those that wait for their turn
     std::uint64_t bytesAhead_ = 0;          // in them
+    const std::size_t budget_;
     BlockPool blocks_;
+    bool isFull_ = false;  // a small file found no room, and not half of it is free again
     std::vector<std::thread> helpers_;
 };

@@ -9,8 +9,10 @@
 #include <log4cpp/PropertyConfigurator.hh>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <tuple>
 
+#include "ByteBuffer.h"
 #include "FontFoundryList.h"
 #include "LibraryResources.h"
 #include "Log.h"
@@ -194,6 +196,9 @@ void OxParser::removeParserImp(OxParserImp* imp) {
         std::find_if(parsers_.begin(), parsers_.end(),
                      [imp](const OxParserImp& registered) { return &registered == imp; });
     if (found != parsers_.end()) {
+        if (lastParser_ == imp) {
+            lastParser_ = nullptr;
+        }
         parsers_.erase(found);
     }
 }
@@ -215,7 +220,7 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
     std::unique_ptr<boost::ptr_vector<OxFont>> fonts;
     for (OxParserImp& parser : parsers_) {
         if (parser.inspectFont(file)) {
-            fonts.reset(parser.parseFontFile(file));
+            fonts.reset(parseWith(parser, file));
             break;
         }
     }
@@ -225,6 +230,21 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
         NotifyFileError(path, reason);
     }
     return fonts.release();
+}
+
+// The memory for a whole file goes from parser to parser, or back to the system.
+boost::ptr_vector<OxFont>* OxParser::parseWith(OxParserImp& parser, const fs::path& file) {
+    std::optional<ByteBuffer::Spare> spare;
+    if (lastParser_ != &parser) {
+        if (parser.readsWhole(file)) {
+            spare.emplace();
+        }
+        if (lastParser_ != nullptr) {
+            lastParser_->releaseMemory();
+        }
+        lastParser_ = &parser;
+    }
+    return parser.parseFontFile(file);
 }
 
 // The helpers end before the consumer does, and so before the coordinator.

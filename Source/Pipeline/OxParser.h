@@ -142,6 +142,7 @@ class OXPARSER_EXPORT OxParser {
     bool notificationsGoFirst() const;
     std::unique_ptr<LookAhead> startLookAhead();
     bool readsWhole(const boost::filesystem::path& file);
+    boost::ptr_vector<OxFont>* parseWith(OxParserImp& parser, const boost::filesystem::path& file);
     void reportRecords(const std::function<void()>& report);
     void callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font);
 
@@ -151,6 +152,7 @@ class OXPARSER_EXPORT OxParser {
     boost::shared_ptr<OxFontFactory::FontQueue> fontQueue_;
     std::queue<boost::filesystem::path> sources_;
     boost::ptr_vector<OxParserImp> parsers_;
+    OxParserImp* lastParser_ = nullptr;  // that parsed a file
     boost::mutex mutex_;
     // Who changes the registry holds this as well as mutex_, which a parse keeps to its end:
     // helpers ask the parsers meanwhile.

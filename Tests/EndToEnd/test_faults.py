@@ -6,10 +6,11 @@ import resource
 import shutil
 import struct
 import subprocess
+import sys
 import unittest
 
 import sfnt
-from program import NOBODY, ProgramTest
+from program import NOBODY, PROGRAM, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]
@@ -247,6 +248,20 @@ class FaultTest(ProgramTest):
             self.assertIn("Resource temporarily unavailable", err, number)
         for number in range(5, 9):
             self.assertEqual(self.scan("thread EAGAIN %d" % number), self.good, number)
+
+    def test_no_more_than_the_largest_file_is_in_memory(self):
+        largest = 21_000_000
+        for name in FONTS:
+            if name.endswith(("ttf", "otf", "ttc", "pfb")):
+                os.truncate(self.path("fonts", name + ".d", name), largest)
+        # A process of its own, since what a starting process takes counts, too.
+        measure = ("import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True);"
+                   "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, file=sys.stderr)")
+        process = subprocess.run([sys.executable, "-c", measure, PROGRAM, "scan", "fonts"],
+                                 cwd=self.folder, env=self.environment, capture_output=True,
+                                 timeout=120, check=True)
+        peak = int(process.stderr.split()[-1]) * 1024
+        self.assertLessEqual(peak, largest + (24 << 20))
 
     def test_a_process_without_descriptors_ends_in_order(self):
         for most in list(range(4, 13)) + [64]:

@@ -53,6 +53,11 @@ bool OxParserTrueTypeImp::readsWhole(const fs::path& file) const {
     return hasExtension(file, kExtension);
 }
 
+void OxParserTrueTypeImp::releaseMemory() {
+    reading_->image.forget();
+    reading_->fileBuffer.release();
+}
+
 bool OxParserTrueTypeImp::diagnoseFont(fs::path /*file*/) {
     return true;
 }

@@ -28,6 +28,7 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     bool inspectFont(boost::filesystem::path file) override;
     bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     bool diagnoseFont(boost::filesystem::path file) override;
     bool repairFont(boost::filesystem::path file) override;
 

@@ -49,6 +49,10 @@ bool OxParserPFBImp::readsWhole(const boost::filesystem::path& file) const {
     return hasExtension(file, kExtension);
 }
 
+void OxParserPFBImp::releaseMemory() {
+    buffer_->release();
+}
+
 bool OxParserPFBImp::diagnoseFont(boost::filesystem::path /*file*/) {
     return true;
 }

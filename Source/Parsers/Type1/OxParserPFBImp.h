@@ -20,6 +20,7 @@ class OXPARSER_EXPORT OxParserPFBImp : public OxParserImp {
     /// True for the extension ".pfb" in any case.
     bool inspectFont(boost::filesystem::path file) override;
     bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     /// Does nothing and returns true.
     bool diagnoseFont(boost::filesystem::path file) override;
     /// Does nothing and returns true.

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr char kExtension[] = ".PFM";
 constexpr int kNoStatus = -1001;
 constexpr int kInvalidLength = 10000;
 constexpr std::uint64_t kLargestRefusedSize = 198;
@@ -117,7 +118,15 @@ boost::ptr_vector<OxFont>* OxParserPFMImp::parseFontFile(boost::filesystem::path
 }
 
 bool OxParserPFMImp::inspectFont(boost::filesystem::path file) {
-    return hasExtension(file, ".PFM");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserPFMImp::readsWhole(const boost::filesystem::path& file) const {
+    return hasExtension(file, kExtension);
+}
+
+void OxParserPFMImp::releaseMemory() {
+    buffer_->release();
 }
 
 bool OxParserPFMImp::diagnoseFont(boost::filesystem::path /*file*/) {

@@ -25,6 +25,8 @@ class OXPARSER_EXPORT OxParserPFMImp : public OxParserImp {
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     /// True for the extension ".pfm" in any case.
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     /// Does nothing and returns true.
     bool diagnoseFont(boost::filesystem::path file) override;
     /// Does nothing and returns true.

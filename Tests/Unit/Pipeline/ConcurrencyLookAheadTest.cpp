@@ -153,17 +153,18 @@ TEST(BlockPool, FillsTheGapsThatBlocksLeave) {
     ASSERT_TRUE(first != nullptr && second != nullptr);
     EXPECT_GE(second - first, 500);
     EXPECT_EQ(pool.take(300), nullptr);
-    pool.giveBack(first);
+    pool.giveBack(first, 500);
     EXPECT_EQ(pool.take(513), nullptr);
     std::uint8_t* const third = pool.take(200);
     EXPECT_EQ(third, first);
     std::uint8_t* const fourth = pool.take(0);
     EXPECT_TRUE(fourth >= third + 200 && fourth < second);
-    for (const std::uint8_t* block : {second, third, fourth}) {
-        pool.giveBack(block);
-    }
+    pool.giveBack(second, 300);
+    pool.giveBack(third, 200);
+    pool.giveBack(fourth, 0);
     EXPECT_EQ(pool.inUse(), 0u);
     EXPECT_EQ(pool.take(1001), nullptr);
+    EXPECT_EQ(pool.take(960), first);
 }
 
 }  // namespace
