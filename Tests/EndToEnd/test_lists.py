@@ -32,7 +32,8 @@ class ListsTest(ProgramTest):
             self.write(place + "/foundrylist.txt", name + b"\n")
         for place, name in places.items():
             done = subprocess.run([program, "scan", "--format", "jsonl", "a.otf"], cwd=self.folder,
-                                  env=self.environment, stdout=subprocess.PIPE, check=True)
+                                  env=self.environment, check=True, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE)
             self.assertIn(b'"Foundry":"%s"' % name, done.stdout, place)
             os.remove(self.path(place, "foundrylist.txt"))
             os.mkdir(self.path(place, "foundrylist.txt"))  # which is no list
