@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "Export.h"
+
 /// Status codes of the classic Resource Manager and File Manager that the resource operations
 /// answer (Apple, Universal Interfaces, MacErrors.h). Zero is success, everything else is negative.
 constexpr std::int16_t noErr = 0;
@@ -22,6 +24,6 @@ constexpr std::int16_t addResFailed = -194;    // the resource cannot be added
 constexpr std::int16_t mapReadErr = -199;      // header or map damaged
 
 /// The status that stands for a failed system call's `errno`.
-std::int16_t statusOfErrno(int error);
+OXPARSER_EXPORT std::int16_t statusOfErrno(int error);
 /// The errno value that stands for a status: 0 for noErr, EIO for those without one of their own.
-int errnoOfStatus(std::int16_t status);
+OXPARSER_EXPORT int errnoOfStatus(std::int16_t status);
