@@ -7,7 +7,6 @@
 
 #include "Check.h"
 #include "Md5.h"
-#include "RecordJson.h"
 
 namespace {
 
@@ -67,7 +66,6 @@ void checkRecord(const OxFont& font, const RecordRules& rules) {
     const int type = font.getFontType();
     check(std::find(rules.fontTypes.begin(), rules.fontTypes.end(), type) != rules.fontTypes.end(),
           "a type of the format", std::to_string(type));
-    checkJson(font);
 }
 
 FontListPtr parseTwice(const std::function<FontList*()>& parse, const RecordRules& rules) {

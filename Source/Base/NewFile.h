@@ -36,20 +36,20 @@ class NewFile {
     ~NewFile();
 
     /// Begins a file that is to have this path; its folder must exist.
-    int create(const boost::filesystem::path& path);
+    [[nodiscard]] int create(const boost::filesystem::path& path);
     /// Begins a file that is to have this name in `folder`, with these permissions less the umask.
     /// The folder must stay open for this object's life.
-    int create(const FileDescriptor& folder, const std::string& name, mode_t mode);
-    int write(ByteView bytes);
+    [[nodiscard]] int create(const FileDescriptor& folder, const std::string& name, mode_t mode);
+    [[nodiscard]] int write(ByteView bytes);
     /// A time that cannot be set is no failure. To be called after the last write.
     void setModificationTime(const timespec& time);
 
     /// Puts the file into place; EEXIST when something has its name by now.
-    int commit();
+    [[nodiscard]] int commit();
     /// Puts the file into place of the file that an earlier NewFile has committed under this path,
     /// as fileId() of that one tells; EEXIST when the name belongs to something else by now. Where
     /// the file system cannot exchange names, the name is missing for a moment.
-    int replace(const std::string& earlierFileId);
+    [[nodiscard]] int replace(const std::string& earlierFileId);
     /// Removes the file that was put into place, if the name still belongs to it.
     void withdraw();
 

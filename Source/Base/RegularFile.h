@@ -21,8 +21,9 @@ class RegularFile {
     /// `folder` unless it is absolute. Never blocks on a FIFO or device that is there instead:
     /// EISDIR for a folder, EOPNOTSUPP for anything else that is no regular file, ELOOP for a
     /// refused link. After an error no file is open.
-    boost::system::error_code open(const boost::filesystem::path& path,
-                                   Links links = Links::eFollow, int folder = AT_FDCWD);
+    [[nodiscard]] boost::system::error_code open(const boost::filesystem::path& path,
+                                                 Links links = Links::eFollow,
+                                                 int folder = AT_FDCWD);
 
     bool isOpen() const { return descriptor_.isOpen(); }
     /// As it was when the file was opened; all zero without an open file.

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/shared_ptr.hpp>
 #include <boost/system/error_code.hpp>
 
 #include "Export.h"
+#include "OxFont.h"
 
 /// What became of one font's copy.
 enum class CopyOutcome {
@@ -35,4 +37,5 @@ struct FontCopy {
     boost::filesystem::path destination;
     CopyOutcome outcome;
     boost::system::error_code error;  ///< set with Failed only
+    boost::shared_ptr<OxFont> font;   ///< the record; its "FontFilePath" is the new folder
 };

@@ -79,11 +79,17 @@ void OxFontImporter::initialize() {
 void OxFontImporter::setMover(std::unique_ptr<OxFontMover> mover) {
     if (mover) {
         mover_ = std::move(mover);
-        mover_->confineTo(destination_.empty() ? fs::path(".") : destination_);
+        mover_->confineTo(destinationFolder());
     }
 }
 
+fs::path OxFontImporter::destinationFolder() const {
+    return destination_.empty() ? fs::path(".") : destination_;
+}
+
 void OxFontImporter::import() {
+    // What lies there has been imported already.
+    parser_->leaveOut(destinationFolder());
     parser_->run();
 }
 
@@ -122,7 +128,7 @@ void OxFontImporter::fontProgress(int /*parsed*/, int /*total*/, boost::shared_p
 
     const CopyResult result =
         fileName.empty() ? CopyResult{CopyOutcome::NoFile, {}} : place(source, output, font);
-    const FontCopy copy{source, output, result.outcome, result.error};
+    const FontCopy copy{source, output, result.outcome, result.error, font};
     for (const CopyCallback& callback : copyCallbacks) {
         callback(copy);
     }

@@ -46,7 +46,8 @@ class OXPARSER_EXPORT OxFontImporter {
     /// Creates the mover and the coordinator and attaches the two handlers; the constructors call
     /// it.
     void initialize();
-    /// Walks the sources and returns; parsing and copying go on in the coordinator's threads.
+    /// Walks the sources and returns; parsing and copying go on in the coordinator's threads. A
+    /// tolerant walk leaves out the destination where it lies inside a source.
     void import();
 
     /// The handler of the coordinator's file progress.
@@ -80,6 +81,7 @@ class OXPARSER_EXPORT OxFontImporter {
     std::vector<CopyCallback> copyCallbacks;
 
   private:
+    boost::filesystem::path destinationFolder() const;
     CopyResult place(const boost::filesystem::path& source, const boost::filesystem::path& output,
                      boost::shared_ptr<OxFont>& font);
     void move(const boost::filesystem::path& source, const boost::filesystem::path& output,

@@ -1,13 +1,11 @@
 #include "OxFileFactory.h"
 
-#include <sys/stat.h>
-
 #include <boost/filesystem/operations.hpp>
-#include <cerrno>
 #include <exception>
 
 #include "Log.h"
 #include "OxParser.h"
+#include "TolerantWalk.h"
 
 namespace {
 
@@ -91,57 +89,14 @@ void OxFileFactory::produce(const fs::path& file) {
     coordinator_->NotifyFileProgress(filesFound_, filesFound_, nullptr);
 }
 
-void OxFileFactory::reportWalkError(const fs::path& path, const boost::system::error_code& error) {
-    coordinator_->NotifyWalkError(path, error);
-}
-
-void OxFileFactory::walkTolerantly(const fs::path& path) {
-    if (cancelled_) {
-        return;
+void OxFileFactory::walkTolerantly(const fs::path& source) {
+    if (!cancelled_) {
+        TolerantWalk walk(
+            cancelled_, coordinator_->leftOutFolders(),
+            [this](const fs::path& file) { produce(file); },
+            [this](const fs::path& path, const boost::system::error_code& error) {
+                coordinator_->NotifyWalkError(path, error);
+            });
+        walk.run(source);
     }
-    boost::system::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (status.type() == fs::status_error) {
-        reportWalkError(path, error);
-    } else if (fs::is_directory(status)) {
-        walkFolderTolerantly(path);
-    } else if (fs::exists(status)) {
-        produce(path);
-    }
-}
-
-void OxFileFactory::walkFolderTolerantly(const fs::path& folder) {
-    struct stat status;
-    if (::stat(folder.c_str(), &status) != 0) {
-        reportWalkError(folder, {errno, boost::system::system_category()});
-        return;
-    }
-    const auto [self, isNew] = openFolders_.emplace(status.st_dev, status.st_ino);
-    if (!isNew) {
-        return;  // its own ancestor, through a link
-    }
-    boost::system::error_code error;
-    fs::directory_iterator entry(folder, error);
-    if (error) {
-        reportWalkError(folder, error);
-    }
-    while (!error && !cancelled_ && entry != fs::directory_iterator()) {
-        const fs::path path = entry->path();
-        boost::system::error_code statusError;
-        const fs::file_status entryStatus = fs::status(path, statusError);
-        if (entryStatus.type() == fs::status_error) {
-            reportWalkError(path, statusError);
-        } else if (fs::is_directory(entryStatus)) {
-            if (!ForkLocator::isSidecarFolder(path.filename().string())) {
-                walkFolderTolerantly(path);
-            }
-        } else if (!forks_.isSidecar(path)) {
-            produce(path);
-        }
-        entry.increment(error);
-        if (error) {
-            reportWalkError(folder, error);
-        }
-    }
-    openFolders_.erase(self);
 }

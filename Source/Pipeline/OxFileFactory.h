@@ -3,14 +3,10 @@
 #include <atomic>
 #include <boost/filesystem/path.hpp>
 #include <boost/shared_ptr.hpp>
-#include <boost/system/error_code.hpp>
 #include <boost/thread/thread.hpp>
 #include <memory>
-#include <set>
-#include <utility>
 
 #include "Export.h"
-#include "ForkLocator.h"
 #include "OxQueue.h"
 
 class OxParser;
@@ -37,25 +33,19 @@ class OXPARSER_EXPORT OxFileFactory {
     /// The walk thread's body. Lets no exception out: one that the walk or a callback raises is
     /// logged and stops the walk, and the stream is closed as usual.
     void produceFiles();
-    /// Produces the file at `path`, or every file below that folder, links followed.
+    /// Produces the file at `path`, or every file below that folder, links followed; in the way
+    /// that the coordinator asks for.
     void findFiles(const boost::filesystem::path& path);
 
   private:
-    using FolderId = std::pair<std::uint64_t, std::uint64_t>;  // device, inode
-
     void produce(const boost::filesystem::path& file);
-    void walkTolerantly(const boost::filesystem::path& path);
-    void walkFolderTolerantly(const boost::filesystem::path& folder);
-    void reportWalkError(const boost::filesystem::path& path,
-                         const boost::system::error_code& error);
+    void walkTolerantly(const boost::filesystem::path& source);
 
     OxParser* coordinator_ = nullptr;
     boost::shared_ptr<PathQueue> pathQueue_;
     std::unique_ptr<boost::thread> thread_;
     int filesFound_ = 0;
     std::atomic<bool> cancelled_{false};
-    std::set<FolderId> openFolders_;  // the folders between the source and where the walk is
-    ForkLocator forks_;
 };
 
 /// The function object of the walk thread.

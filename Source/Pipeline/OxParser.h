@@ -109,10 +109,17 @@ class OXPARSER_EXPORT OxParser {
     void NotifyFileError(const boost::filesystem::path& path, const std::string& reason);
 
     /// Asks for the tolerant walk; to be called before `run`. Folders and entries that cannot be
-    /// read are reported through walkErrorCallbacks and skipped, links to an ancestor are not
-    /// followed, Mac sidecars are left out, and a cancelled walk stops.
+    /// read are reported through walkErrorCallbacks and skipped. The entries of a folder come in
+    /// byte order of their names. Within one source a folder is entered once: by its own path where
+    /// the walk reaches it that way, else by the first link to it, after all that needs no link.
+    /// The kernel's own file systems are left out unless the source lies on one, and so are Mac
+    /// sidecars. A cancelled walk stops.
     void setTolerantWalk(bool tolerant) { tolerantWalk_ = tolerant; }
     bool tolerantWalk() const { return tolerantWalk_; }
+    /// A tolerant walk does not enter this folder, however it comes there, unless it is a source
+    /// itself. It need not exist yet. To be called before `run`.
+    void leaveOut(const boost::filesystem::path& folder) { leftOutFolders_.push_back(folder); }
+    const std::vector<boost::filesystem::path>& leftOutFolders() const { return leftOutFolders_; }
 
     /// Asks for `helpers` threads that read and digest the next font files while one is parsed;
     /// their bytes wait in at most `budget` bytes of memory, and what finds no room there is read
@@ -172,6 +179,7 @@ class OXPARSER_EXPORT OxParser {
   private:
     FileErrors fileErrors_;  // of the parse that goes on
     std::atomic<bool> tolerantWalk_{false};
+    std::vector<boost::filesystem::path> leftOutFolders_;
     std::atomic<unsigned> lookAheadHelpers_{0};
     std::atomic<std::size_t> lookAheadBudget_{kLookAheadBudget};
     // A parse gives way to these, so that records reach the host while later files are parsed.

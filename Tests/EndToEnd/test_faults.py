@@ -10,7 +10,7 @@ import sys
 import unittest
 
 import sfnt
-from test_program import NOBODY, PROGRAM, ProgramTest
+from program import NOBODY, PROGRAM, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]

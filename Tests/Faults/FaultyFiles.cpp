@@ -5,10 +5,11 @@
 //
 // CALL is open, read, close, list (a folder), attributes (the list of a file's) or attribute (the
 // value of one). SUFFIX is how the path ends that is meant. ACTION is the name of an error, each
-// call then fails with it; "huge" for an attribute that is said to be so; "short" or "interrupted"
-// for reads that give a few bytes or are interrupted every other time; or what is done to the file
-// itself, once and for real, right before the call: truncate, grow, unlink, forbid or remove (a
-// folder with all in it). Bytes of the file before OFFSET are read as they should be.
+// call then fails with it; "hang", each call then never returns; "huge" for an attribute that is
+// said to be so; "short" or "interrupted" for reads that give a few bytes or are interrupted every
+// other time; or what is done to the file itself, once and for real, right before the call:
+// truncate, grow, unlink, forbid or remove (a folder with all in it). Bytes of the file before
+// OFFSET are read as they should be.
 //
 // The second form fails the making of one thread, the first of the process being number 1.
 #include <dirent.h>
@@ -100,6 +101,9 @@ bool fails(const char* call, const std::string& path) {
     if (const int error = errorOf(fault().action)) {
         errno = error;
         return true;
+    }
+    while (fault().action == "hang") {
+        ::pause();
     }
     within = true;
     change(path);

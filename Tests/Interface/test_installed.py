@@ -137,9 +137,10 @@ class Static(Tree, unittest.TestCase):
             name, _, value = line.partition("=")
             if name.split(":")[0] in same:
                 same[name.split(":")[0]] = value
+        machine = run(CXX[-1], "-print-multiarch").stdout.strip()
         run("cmake", "-G", "Ninja", "-S", SOURCE, "-B", cls.build, "-DBUILD_SHARED_LIBS=OFF",
             "-DOXPARSER_BUILD_TESTS=OFF", f"-DCMAKE_INSTALL_PREFIX={cls.first}",
-            "-DCMAKE_INSTALL_LIBDIR=lib/multiarch",
+            f"-DCMAKE_INSTALL_LIBDIR=lib/{machine}",
             *(f"-D{name}={value}" for name, value in same.items()))
         subprocess.run(["cmake", "--build", cls.build], check=True)
         run("cmake", "--install", cls.build)

@@ -61,10 +61,8 @@ class CheckResult : public FontResult {
 }  // namespace
 
 int runCheck(const Options& options, Output& output, Console& console) {
-    const auto makeResult = [](const ScanSession::Record& font, int filesParsed, int totalFiles) {
-        return font->diagnostics().empty()
-                   ? nullptr
-                   : std::make_unique<CheckResult>(font, filesParsed, totalFiles);
+    const auto makeResult = [](const ScanSession::Record& font) {
+        return font->diagnostics().empty() ? nullptr : std::make_unique<CheckResult>(font);
     };
     return runFontCommand(options, checkShape(), makeResult, output, console);
 }

@@ -14,7 +14,7 @@ constexpr char kWipe[] = "\r\033[K";
 
 }  // namespace
 
-Console::Console() : isTerminal_(::isTerminal(STDERR_FILENO)) {}
+Console::Console() : redraws_(takesControlSequences(STDERR_FILENO)) {}
 
 void Console::complain(const std::string& text) {
     ++complaints_;
@@ -32,7 +32,7 @@ void Console::line(const std::string& text) {
 
 void Console::showStatus(const std::string& text) {
     const std::lock_guard lock(mutex_);
-    if (!isTerminal_) {
+    if (!redraws_) {
         writeLine(text);
         return;
     }

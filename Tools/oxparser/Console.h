@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// Standard error: complaints, notes, and one status line that is redrawn in place on a terminal.
-/// Safe from any thread. Texts are made safe for a terminal here.
+/// Standard error: complaints, notes, and one status line that is redrawn in place on a terminal
+/// that can. Safe from any thread. Texts are made safe for a terminal here.
 class Console {
   public:
     Console();
@@ -14,7 +14,8 @@ class Console {
     Console& operator=(const Console&) = delete;
     ~Console() { hideStatus(); }
 
-    bool isTerminal() const { return isTerminal_; }
+    /// Whether a status line can be redrawn in place.
+    bool redraws() const { return redraws_; }
 
     /// One line, introduced by the program's name, about something that failed; counted.
     void complain(const std::string& text);
@@ -24,8 +25,8 @@ class Console {
     void line(const std::string& text);
     int complaints() const { return complaints_; }
 
-    /// On a terminal the status line now shows `text`, cut to the terminal's width; elsewhere the
-    /// text is a line of its own.
+    /// The status line now shows `text`, cut to the terminal's width; where it cannot be redrawn,
+    /// the text is a line of its own.
     void showStatus(const std::string& text);
     /// Wipes the status line.
     void hideStatus();
@@ -49,7 +50,7 @@ class Console {
     void wipe();
     static void write(std::string_view bytes);
 
-    const bool isTerminal_;
+    const bool redraws_;
     std::atomic<int> complaints_{0};
     std::mutex mutex_;
     bool statusShown_ = false;

@@ -6,6 +6,20 @@
 #include "ScanSession.h"
 #include "Sources.h"
 
+namespace {
+
+void sayWhatIsScanned(std::queue<boost::filesystem::path> folders, Console& console) {
+    std::string text = folders.empty()
+                           ? "this system has none of the usual font folders; name a PATH"
+                           : "no PATH given; these font folders are read:";
+    for (; !folders.empty(); folders.pop()) {
+        text += " " + folders.front().string();
+    }
+    console.note(text);
+}
+
+}  // namespace
+
 int runFontCommand(const Options& options, const ResultShape& shape,
                    const ScanSession::ResultMaker& makeResult, Output& output, Console& console) {
     configureLogging(options);
@@ -13,8 +27,8 @@ int runFontCommand(const Options& options, const ResultShape& shape,
     const bool nothingGiven = options.arguments.empty() && options.filesFrom.empty();
     const std::queue<boost::filesystem::path> sources =
         nothingGiven ? fontFolders() : givenSources(options, console);
-    if (nothingGiven && sources.empty()) {
-        console.note("this system has none of the usual font folders; name a PATH");
+    if (nothingGiven) {
+        sayWhatIsScanned(sources, console);
     }
     const std::unique_ptr<ResultWriter> writer = makeResultWriter(options.format, shape, output);
     writer->begin();

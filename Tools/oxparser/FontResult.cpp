@@ -36,6 +36,15 @@ ordered_json diagnosticJson(const FontDiagnostic& diagnostic) {
             {"message", message ? ordered_json(*message) : ordered_json()}};
 }
 
+std::string hexText(const std::string& bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        text += "0123456789abcdef"[static_cast<unsigned char>(byte) >> 4];
+        text += "0123456789abcdef"[static_cast<unsigned char>(byte) & 0xF];
+    }
+    return text;
+}
+
 }  // namespace
 
 DefectCounts countDefects(const OxFont& font) {
@@ -70,13 +79,15 @@ ordered_json FontResult::json() const {
     for (const auto& [type, id] : font().resources()) {
         resources.push_back({{"type", resourceTypeText(type)}, {"id", id}});
     }
-    return {{"record", "font"},
-            {"file", toUtf8(font().sourceFile().string())},
-            {"filesParsed", filesParsed_},
-            {"totalFiles", totalFiles_},
-            {"fontType", font().getFontType()},
-            {"attributes", std::move(attributes)},
-            {"diagnostics", std::move(diagnostics)},
-            {"printerFontPaths", std::move(printerFonts)},
-            {"resources", std::move(resources)}};
+    const std::string& file = font().sourceFile().native();
+    ordered_json object = {{"record", "font"}, {"file", toUtf8(file)}};
+    if (!isUtf8(file)) {
+        object["fileBytes"] = hexText(file);
+    }
+    object["fontType"] = font().getFontType();
+    object["attributes"] = std::move(attributes);
+    object["diagnostics"] = std::move(diagnostics);
+    object["printerFontPaths"] = std::move(printerFonts);
+    object["resources"] = std::move(resources);
+    return object;
 }

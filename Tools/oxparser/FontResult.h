@@ -23,8 +23,7 @@ std::string fontTypeText(const OxFont& font);
 /// A font record as a result: what scan and check share.
 class FontResult : public Result {
   public:
-    FontResult(const boost::shared_ptr<OxFont>& font, int filesParsed, int totalFiles)
-        : font_(font), filesParsed_(filesParsed), totalFiles_(totalFiles) {}
+    explicit FontResult(const boost::shared_ptr<OxFont>& font) : font_(font) {}
 
     nlohmann::ordered_json json() const override;
 
@@ -33,6 +32,4 @@ class FontResult : public Result {
 
   private:
     const boost::shared_ptr<const OxFont> font_;
-    int filesParsed_;
-    int totalFiles_;
 };

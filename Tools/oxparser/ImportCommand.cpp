@@ -4,7 +4,6 @@
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 #include "ExitStatus.h"
 #include "LibrarySetup.h"
@@ -16,6 +15,8 @@
 #include "Utf8.h"
 
 namespace {
+
+namespace fs = boost::filesystem;
 
 constexpr CopyOutcome kOutcomes[] = {
     CopyOutcome::Copied, CopyOutcome::Same,    CopyOutcome::Differs, CopyOutcome::NoFolder,
@@ -40,33 +41,62 @@ bool isTrouble(CopyOutcome outcome) {
            outcome == CopyOutcome::Refused || outcome == CopyOutcome::Failed;
 }
 
+// The importer's layout begins with "./", which a reader can do without.
+fs::path withoutDots(const fs::path& path) {
+    fs::path plain;
+    for (const fs::path& element : path) {
+        if (element != ".") {
+            plain /= element;
+        }
+    }
+    return plain;
+}
+
 class ImportResult : public Result {
   public:
-    explicit ImportResult(FontCopy copy) : copy_(std::move(copy)) {}
+    // A record that names no file comes from one all the same.
+    explicit ImportResult(const FontCopy& copy)
+        : outcome_(copy.outcome),
+          source_(hasFile() ? copy.source : copy.font->sourceFile()),
+          destination_(hasFile() ? withoutDots(copy.destination) : fs::path()),
+          error_(copy.error) {}
 
     nlohmann::ordered_json json() const override {
         nlohmann::ordered_json object = {{"record", "import"},
-                                         {"source", toUtf8(copy_.source.string())},
-                                         {"destination", toUtf8(copy_.destination.string())},
-                                         {"outcome", copyOutcomeName(copy_.outcome)}};
-        object["error"] = hasWhy() ? nlohmann::ordered_json(why()) : nlohmann::ordered_json();
+                                         {"source", toUtf8(source_.string())},
+                                         {"destination", toUtf8(destination_.string())},
+                                         {"outcome", copyOutcomeName(outcome_)}};
+        const std::string text = why();
+        object["error"] = text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
         return object;
     }
     std::vector<Row> tableRows() const override { return {row()}; }
     std::vector<Row> csvRows() const override { return {row()}; }
 
   private:
-    bool hasWhy() const { return copy_.outcome == CopyOutcome::Failed; }
-    std::string why() const { return hasWhy() ? copy_.error.message() : std::string(); }
+    bool hasFile() const { return outcome_ != CopyOutcome::NoFile; }
+    std::string why() const {
+        switch (outcome_) {
+            case CopyOutcome::Failed:
+                return error_.message();
+            case CopyOutcome::Differs:
+                return "the destination is taken by something else";
+            default:
+                return {};
+        }
+    }
     Row row() const {
-        const Mark mark = isTrouble(copy_.outcome) ? Mark::Error : Mark::Plain;
-        return {{copyOutcomeName(copy_.outcome), mark},
-                {copy_.source.string()},
-                {copy_.destination.string()},
+        const Mark mark = isTrouble(outcome_) ? Mark::Error : Mark::Plain;
+        return {{copyOutcomeName(outcome_), mark},
+                {source_.string()},
+                {destination_.string()},
                 {why()}};
     }
 
-    const FontCopy copy_;
+    const CopyOutcome outcome_;
+    const fs::path source_;
+    const fs::path destination_;
+    const boost::system::error_code error_;
 };
 
 /// How often each outcome occurred, and the bytes that were copied.
@@ -77,7 +107,7 @@ class ImportTally {
         troubled_ = troubled_ || isTrouble(copy.outcome);
         if (copy.outcome == CopyOutcome::Copied) {
             boost::system::error_code error;
-            const std::uintmax_t size = boost::filesystem::file_size(copy.source, error);
+            const std::uintmax_t size = fs::file_size(copy.source, error);
             bytes_ += error ? 0 : size;
         }
     }
@@ -120,6 +150,19 @@ class ImportTally {
     bool troubled_ = false;
 };
 
+void requireDestination(std::queue<fs::path> sources, const fs::path& destination) {
+    boost::system::error_code error;
+    if (fs::exists(destination, error) && !fs::is_directory(destination, error)) {
+        throw UsageError("--to: " + destination.string() + " is no folder");
+    }
+    // Copies would be made among the files that they are copied from.
+    for (; !sources.empty(); sources.pop()) {
+        if (fs::equivalent(sources.front(), destination, error)) {
+            throw UsageError("--to: " + destination.string() + " is a PATH to copy from, too");
+        }
+    }
+}
+
 }  // namespace
 
 int runImport(const Options& options, Output& output, Console& console) {
@@ -134,6 +177,7 @@ int runImport(const Options& options, Output& output, Console& console) {
     const std::unique_ptr<ResultWriter> writer =
         makeResultWriter(options.format, importShape(), output);
     const auto sources = givenSources(options, console);
+    requireDestination(sources, options.destination);
     writer->begin();
 
     ScanSession session(options, output, console);
@@ -142,22 +186,15 @@ int runImport(const Options& options, Output& output, Console& console) {
     importer.setCreateFolders(options.createFolders);
     importer.setDryRun(options.dryRun);
 
-    // The importer tells of a record's copy right before the session is handed that record.
     ImportTally tally;
-    std::optional<FontCopy> latest;
-    importer.copyCallbacks.push_back([&latest](const FontCopy& copy) { latest = copy; });
+    importer.copyCallbacks.push_back([&tally, &session](const FontCopy& copy) {
+        tally.count(copy);
+        session.showExtra(tally.bytesText());
+        session.add(copy.font, std::make_unique<ImportResult>(copy));
+    });
     session.run(
         importer.parser(), [&importer] { importer.import(); }, *writer,
-        [&](const ScanSession::Record&, int, int) -> std::unique_ptr<Result> {
-            if (!latest) {
-                return nullptr;
-            }
-            tally.count(*latest);
-            session.showExtra(tally.bytesText());
-            auto result = std::make_unique<ImportResult>(std::move(*latest));
-            latest.reset();
-            return result;
-        });
+        [](const ScanSession::Record&) { return nullptr; });
     session.summarize(*writer, tally.json(session.summary().json()),
                       tally.text(options.dryRun) + "; " + session.summary().text());
     const int status = session.exitStatus();

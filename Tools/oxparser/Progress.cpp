@@ -13,8 +13,7 @@ std::string leafName(const std::string& path) {
 
 Progress::Progress(Console& console, ProgressMode mode)
     : console_(console),
-      enabled_(mode == ProgressMode::Always ||
-               (mode == ProgressMode::Auto && console.isTerminal())) {}
+      enabled_(mode == ProgressMode::Always || (mode == ProgressMode::Auto && console.redraws())) {}
 
 void Progress::walking(int filesFound) {
     const std::lock_guard lock(mutex_);
@@ -30,7 +29,8 @@ void Progress::parsing(int filesParsed, int totalFiles) {
         lastShown_ = {};  // what was shown last is about the walk
     }
     if (due()) {
-        console_.showStatus(parsingText(filesParsed, totalFiles) + "  " + leafName(file_));
+        const std::string behind = file_.empty() ? std::string() : "  " + leafName(file_);
+        console_.showStatus(parsingText(filesParsed, totalFiles) + behind);
     }
 }
 
@@ -51,7 +51,7 @@ void Progress::finish(int filesParsed, int totalFiles) {
     if (!enabled_) {
         return;
     }
-    if (console_.isTerminal()) {
+    if (console_.redraws()) {
         console_.hideStatus();
     } else {
         console_.showStatus(parsingText(filesParsed, totalFiles));
@@ -63,7 +63,7 @@ bool Progress::due() {
         return false;
     }
     const Clock::time_point now = Clock::now();
-    if (now - lastShown_ < (console_.isTerminal() ? kTerminalInterval : kPlainInterval)) {
+    if (now - lastShown_ < (console_.redraws() ? kTerminalInterval : kPlainInterval)) {
         return false;
     }
     lastShown_ = now;

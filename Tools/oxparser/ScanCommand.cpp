@@ -99,8 +99,8 @@ class ScanResult : public FontResult {
 }  // namespace
 
 int runScan(const Options& options, Output& output, Console& console) {
-    const auto makeResult = [](const ScanSession::Record& font, int filesParsed, int totalFiles) {
-        return std::make_unique<ScanResult>(font, filesParsed, totalFiles);
+    const auto makeResult = [](const ScanSession::Record& font) {
+        return std::make_unique<ScanResult>(font);
     };
     return runFontCommand(options, scanShape(), makeResult, output, console);
 }

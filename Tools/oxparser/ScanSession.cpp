@@ -1,5 +1,7 @@
 #include "ScanSession.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -9,10 +11,14 @@
 #include <thread>
 
 #include "ExitStatus.h"
+#include "ReadError.h"
 
 namespace {
 
 constexpr std::chrono::milliseconds kTick(100);
+constexpr std::chrono::milliseconds kWalkTick(20);
+// With a walk that should have ended.
+constexpr std::chrono::milliseconds kPatience(50);
 // Whoever reads the results may be slower than the scan.
 constexpr std::size_t kMostWaiting = 64;
 
@@ -52,68 +58,101 @@ void ScanSession::run(OxParser& parser, const std::function<void()>& start, Resu
     connect(parser, makeResult);
     {
         const Interruption::Attachment attachment(interruption_, [&parser] { parser.cancel(); });
-        if (interruption_.requested()) {
-            summary_.cancelled = true;
-        } else {
-            start();
+        if (!interruption_.requested() && walk(start)) {
             writeUntilComplete(parser, writer);
         }
     }
     // A cancellation during the walk is not told to the font completion callbacks.
-    summary_.cancelled = summary_.cancelled || interruption_.requested();
+    summary_.cancelled = cancelled_ || interruption_.requested();
     summary_.filesParsed = std::max(0, parser.filesParsed());
-    summary_.filesFound = std::max(0, parser.totalFiles());
+    summary_.filesFound = filesFound_;
     progress_.finish(summary_.filesParsed, summary_.filesFound);
+}
+
+// Whether the walk came to its end. A system call may hang for minutes, on a share whose server is
+// gone; who has asked for the end then does not wait for it.
+bool ScanSession::walk(const std::function<void()>& start) {
+    walk_ = std::async(std::launch::async, start);
+    do {
+        progress_.walking(filesFound_);
+        const bool ending = interruption_.requested();
+        const auto patience = ending ? kPatience : kWalkTick;
+        if (walk_.wait_for(patience) == std::future_status::ready) {
+            walk_.get();
+            return true;
+        }
+        walkHangs_ = ending;
+    } while (!walkHangs_);
+    return false;
 }
 
 void ScanSession::connect(OxParser& parser, const ResultMaker& makeResult) {
     outputIsTerminal_ = isTerminal(output_.descriptor());
     parser.setLookAhead(lookAheadHelpers());
-    parser.fileProgressCallbacks.push_back(
-        [this](int found, int, void*) { progress_.walking(found); });
+    parser.fileProgressCallbacks.push_back([this](int found, int, void*) { filesFound_ = found; });
     parser.walkErrorCallbacks.push_back(
         [this](const boost::filesystem::path& path, const boost::system::error_code& error) {
-            console_.complain("cannot read " + path.string() + ": " + error.message());
+            console_.complain("cannot read " + pathText(path.native()) + ": " + error.message());
         });
     parser.fileErrorCallbacks.push_back(
         [this](const boost::filesystem::path& path, const std::string& reason) {
-            console_.complain(path.string() + ": " + reason);
+            console_.complain(pathText(path.native()) + ": " + reason);
         });
-    parser.fileCompletionCallbacks.push_back(
-        [this](bool cancelled) { summary_.cancelled = summary_.cancelled || cancelled; });
-    parser.fontProgressCallbacks.push_back(
-        [this, &makeResult](int filesParsed, int totalFiles, const Record& font) {
-            // The coordinator would only log an exception, and the record would be missing
-            // silently.
-            try {
-                handleRecord(font, makeResult(font, filesParsed, totalFiles));
-            } catch (const std::exception& error) {
-                console_.complain(font->sourceFile().string() + ": " + error.what());
+    const auto noteCancelled = [this](bool cancelled) {
+        if (cancelled) {
+            cancelled_ = true;
+        }
+    };
+    parser.fileCompletionCallbacks.push_back(noteCancelled);
+    parser.fontCompletionCallbacks.push_back(noteCancelled);
+    parser.fontProgressCallbacks.push_back([this, &makeResult](int, int, const Record& font) {
+        // The coordinator would only log an exception, and the record would be missing
+        // silently.
+        try {
+            count(*font);
+            nameUnreadable(*font);
+            if (std::unique_ptr<Result> result = makeResult(font)) {
+                add(font, std::move(result));
             }
-        });
-    parser.fontCompletionCallbacks.push_back([this](bool cancelled) { finished(cancelled); });
+        } catch (const std::exception& error) {
+            console_.complain(pathText(font->sourceFile().native()) + ": " + error.what());
+        }
+    });
+    parser.fontCompletionCallbacks.push_back([this](bool) { finished(); });
 }
 
-void ScanSession::handleRecord(const Record& font, std::unique_ptr<Result> result) {
-    const DefectCounts defects = countDefects(*font);
+void ScanSession::count(const OxFont& font) {
+    const DefectCounts defects = countDefects(font);
     ++summary_.fonts;
     summary_.defects.errors += defects.errors;
     summary_.defects.warnings += defects.warnings;
     summary_.defects.notes += defects.notes;
-    progress_.record(font->sourceFile().string(), summary_.fonts, summary_.defects.all());
-    if (result) {
-        std::unique_lock lock(mutex_);
-        written_.wait(lock, [this] { return waiting_.size() < kMostWaiting; });
-        waiting_.push_back({font, std::move(result)});
-        if (waiting_.size() == 1) {
-            arrived_.notify_one();
-        }
+    progress_.record(font.sourceFile().string(), summary_.fonts, summary_.defects.all());
+}
+
+// A record says that its file could not be read, but not why.
+void ScanSession::nameUnreadable(const OxFont& font) {
+    const std::string& file = font.sourceFile().native();
+    if (file == unreadable_ || !looksUnread(font)) {
+        return;
+    }
+    if (const int error = readError(file)) {
+        console_.complain("cannot read " + pathText(file) + ": " + std::strerror(error));
+        unreadable_ = file;
     }
 }
 
-void ScanSession::finished(bool cancelled) {
+void ScanSession::add(const Record& font, std::unique_ptr<Result> result) {
+    std::unique_lock lock(mutex_);
+    written_.wait(lock, [this] { return waiting_.size() < kMostWaiting; });
+    waiting_.push_back({font, std::move(result)});
+    if (waiting_.size() == 1) {
+        arrived_.notify_one();
+    }
+}
+
+void ScanSession::finished() {
     const std::lock_guard lock(mutex_);
-    summary_.cancelled = summary_.cancelled || cancelled;
     complete_ = true;
     arrived_.notify_one();
 }
@@ -143,7 +182,7 @@ void ScanSession::write(const Waiting& waiting, ResultWriter& writer) {
         }
         writer.write(*waiting.result);
     } catch (const std::exception& error) {
-        console_.complain(waiting.font->sourceFile().string() + ": " + error.what());
+        console_.complain(pathText(waiting.font->sourceFile().native()) + ": " + error.what());
     }
     if (output_.failed()) {
         interruption_.request();
@@ -157,8 +196,13 @@ void ScanSession::summarize(ResultWriter& writer) {
 void ScanSession::summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
                             const std::string& text) {
     writer.writeJsonOnly(json);
+    output_.flush();  // both may go to one place
     if (options_.format != Format::JsonLines && output_.error() != EPIPE) {
         console_.line(text);
+    }
+    if (walkHangs_) {
+        // The walk's thread still uses the coordinator, so that cannot be destroyed.
+        ::_exit(exitStatus());
     }
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -36,8 +38,7 @@ class ScanSession {
     using Record = boost::shared_ptr<OxFont>;
     /// Makes the result to print for a record; null when the command leaves the record out. Called
     /// for every record, on the coordinator's thread: must not call the coordinator.
-    using ResultMaker =
-        std::function<std::unique_ptr<Result>(const Record&, int filesParsed, int totalFiles)>;
+    using ResultMaker = std::function<std::unique_ptr<Result>(const Record&)>;
 
     /// Neither is owned; both must outlive the session.
     ScanSession(const Options& options, Output& output, Console& console);
@@ -45,12 +46,16 @@ class ScanSession {
     ScanSession& operator=(const ScanSession&) = delete;
 
     /// Calls `start`, which must run `parser`, and returns when the last result has been written;
-    /// `parser` may then be destroyed. Results are written on the calling thread, in the order of
-    /// their records: parsing goes on meanwhile.
+    /// `parser` may then be destroyed. `start` is called on a thread of its own. Results are
+    /// written on the calling thread, in the order of their records: parsing goes on meanwhile.
     void run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
              const ResultMaker& makeResult);
 
+    /// Appends one more result to be written. Called as a ResultMaker is.
+    void add(const Record& font, std::unique_ptr<Result> result);
+
     /// Writes the summary: to `writer` where the format has a place for it, else to the console.
+    /// The last call of a session: does not return when the walk hangs and the user has ended it.
     void summarize(ResultWriter& writer);
     /// The same for a command that has more to say.
     void summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
@@ -67,8 +72,10 @@ class ScanSession {
     };
 
     void connect(OxParser& parser, const ResultMaker& makeResult);
-    void handleRecord(const Record& font, std::unique_ptr<Result> result);
-    void finished(bool cancelled);
+    bool walk(const std::function<void()>& start);
+    void count(const OxFont& font);
+    void nameUnreadable(const OxFont& font);
+    void finished();
     void writeUntilComplete(const OxParser& parser, ResultWriter& writer);
     void write(const Waiting& waiting, ResultWriter& writer);
     bool failOnMet() const;
@@ -79,6 +86,11 @@ class ScanSession {
     Interruption interruption_;
     Progress progress_;
     ScanSummary summary_;
+    std::future<void> walk_;
+    std::atomic<int> filesFound_{0};
+    std::atomic<bool> cancelled_{false};
+    bool walkHangs_ = false;
+    std::string unreadable_;         // the file that was named last
     bool outputIsTerminal_ = false;  // asked once: the question is a system call
     std::mutex mutex_;
     std::condition_variable arrived_;  // a result to write, or the end

@@ -1,6 +1,7 @@
 #include "Sources.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,9 +9,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "Terminal.h"
 #include "UsageError.h"
 
 namespace {
@@ -60,16 +63,48 @@ std::vector<std::string> split(const std::string& content, char separator) {
     return parts;
 }
 
+bool exists(const std::string& path) {
+    struct stat status;
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+// The lines of a list. One that was written on Windows ends in a carriage return that is no part of
+// the name, unless there is such a file.
+std::vector<std::string> linesOf(const std::string& content) {
+    std::vector<std::string> lines = split(content, '\n');
+    for (std::string& line : lines) {
+        if (line.ends_with('\r') && !exists(line)) {
+            line.pop_back();
+        }
+    }
+    std::erase(lines, std::string());
+    return lines;
+}
+
+// What is the same for all spellings of a path that differ in where they start, in "." and in
+// slashes. ".." stays: behind a link it does not lead back.
+std::string spellingOf(const fs::path& path) {
+    boost::system::error_code error;
+    const fs::path folder = path.is_absolute() ? fs::path() : fs::current_path(error);
+    std::string spelling;
+    for (const fs::path& element : folder / path) {
+        if (element != "." && element != "/") {
+            spelling += "/" + element.native();
+        }
+    }
+    return spelling;
+}
+
 // Whether the walk can be sent to `path`. A path whose status cannot be told is left to the walk,
 // which says why.
 bool isThere(const std::string& path, Console& console) {
     if (path.find('\0') != std::string::npos) {
-        console.complain(path + ": not a path (a list with zero bytes needs --null)");
+        console.complain(pathText(path) + ": not a path (a list with zero bytes needs --null)");
         return false;
     }
     boost::system::error_code error;
     if (path.empty() || fs::status(path, error).type() == fs::file_not_found) {
-        console.complain((path.empty() ? "''" : path) + ": " + std::strerror(ENOENT));
+        console.complain((path.empty() ? "''" : pathText(path)) + ": " + std::strerror(ENOENT));
         return false;
     }
     return true;
@@ -106,13 +141,15 @@ bool liesIn(const fs::path& path, const fs::path& folder) {
 std::queue<fs::path> givenSources(const Options& options, Console& console) {
     std::vector<std::string> paths = options.arguments;
     if (!options.filesFrom.empty()) {
-        const char separator = options.nullSeparated ? '\0' : '\n';
-        const std::vector<std::string> more = split(readList(options.filesFrom), separator);
+        const std::string list = readList(options.filesFrom);
+        const std::vector<std::string> more =
+            options.nullSeparated ? split(list, '\0') : linesOf(list);
         paths.insert(paths.end(), more.begin(), more.end());
     }
     std::queue<fs::path> sources;
+    std::set<std::string> taken;
     for (const std::string& path : paths) {
-        if (isThere(path, console)) {
+        if (isThere(path, console) && taken.insert(spellingOf(path)).second) {
             sources.push(path);
         }
     }

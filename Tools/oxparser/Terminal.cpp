@@ -14,6 +14,8 @@ namespace {
 
 constexpr int kColumnsUnknown = 80;
 constexpr int kMostColumns = 10000;
+constexpr int kMostPathCells = 160;
+constexpr int kPathStartCells = 60;  // of a path that is longer
 constexpr char kEllipsis[] = "\u2026";
 constexpr char kReplacement[] = "\uFFFD";
 
@@ -63,11 +65,15 @@ int terminalColumns(int descriptor) {
     return kColumnsUnknown;
 }
 
+bool takesControlSequences(int descriptor) {
+    const char* kind = std::getenv("TERM");
+    return isTerminal(descriptor) && kind != nullptr && *kind != '\0' &&
+           std::string_view(kind) != "dumb";
+}
+
 bool mayColour(int descriptor) {
     const char* noColour = std::getenv("NO_COLOR");
-    const char* kind = std::getenv("TERM");
-    return isTerminal(descriptor) && (noColour == nullptr || *noColour == '\0') &&
-           kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb";
+    return takesControlSequences(descriptor) && (noColour == nullptr || *noColour == '\0');
 }
 
 std::string safeText(std::string_view bytes) {
@@ -129,4 +135,18 @@ std::string cutToWidth(const std::string& safeText, int width, Cut cut) {
         position = next;
     }
     return safeText.substr(0, position) + kEllipsis;
+}
+
+std::string pathText(std::string_view path) {
+    std::string text = safeText(path);
+    const std::size_t end = text.find_last_not_of('/');
+    const std::size_t slash = text.rfind('/', end);
+    const std::string last = text.substr(slash == std::string::npos ? 0 : slash);
+    const int rest = std::max(kMostPathCells - kPathStartCells, displayWidth(last) + 1);
+    if (displayWidth(text) <= kPathStartCells + rest) {
+        return text;
+    }
+    // Both parts bring an ellipsis.
+    return cutToWidth(text, kPathStartCells, Cut::End) +
+           cutToWidth(text, rest, Cut::Start).substr(sizeof kEllipsis - 1);
 }

@@ -10,8 +10,10 @@ bool isTerminal(int descriptor);
 /// else 80; 0 when it is no terminal.
 int terminalColumns(int descriptor);
 
-/// Whether text for `descriptor` may be coloured: only a terminal that is not "dumb", and never
-/// when NO_COLOR is set.
+/// Whether `descriptor` is a terminal that understands control sequences: not a "dumb" one.
+bool takesControlSequences(int descriptor);
+
+/// Whether text for `descriptor` may be coloured: never when NO_COLOR is set.
 bool mayColour(int descriptor);
 
 /// Bytes of unknown origin (names out of fonts, file names) as UTF-8 that is safe on a terminal and
@@ -21,6 +23,10 @@ std::string safeText(std::string_view bytes);
 
 /// Cells that safe text takes on a terminal.
 int displayWidth(std::string_view safeText);
+
+/// A path as safe text for a message. One that is too long to be read loses its middle, but neither
+/// its start nor its last element.
+std::string pathText(std::string_view path);
 
 /// Which end of a text that is too wide goes; Never: the terminal wraps it.
 enum class Cut { End, Start, Never };

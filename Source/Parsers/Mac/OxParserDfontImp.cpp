@@ -3,6 +3,7 @@
 #include <boost/thread/lock_guard.hpp>
 #include <exception>
 #include <memory>
+#include <new>
 
 #include "Log.h"
 #include "MacResourceTypes.h"
@@ -112,6 +113,9 @@ FontList* OxParserDfontImp::validate(const fs::path& file) {
     } catch (const ForkError& error) {
         log().error(error.what());
         reportFileError(file, error.trouble().reason);
+    } catch (const std::bad_alloc& error) {
+        log().error(error.what());
+        reportFileError(file, "memory does not suffice");
     } catch (const std::exception& error) {
         log().error(error.what());
         if (fonts->empty()) {

@@ -127,6 +127,7 @@ FontList* OxParserSuitcaseImp::validate(const fs::path& file) {
         walk(file, *fonts);
     } catch (const std::bad_alloc&) {
         failure = kTooLargeText;
+        reason = "memory does not suffice";
     } catch (const ForkError& error) {
         failure = error.what();
         reason = error.trouble().reason;

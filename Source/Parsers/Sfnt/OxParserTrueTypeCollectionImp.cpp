@@ -144,6 +144,8 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
         if (walkDirectory(*reading_, font, directory, offsetTable.numTables, kFormat)) {
             finish(font, kFormat);
         }
+    } catch (const FileTooLarge&) {
+        reportTooLarge(font, source.path, log);
     } catch (const std::bad_alloc&) {
         reportTooLarge(font, source.path, log);
     } catch (const std::exception& error) {

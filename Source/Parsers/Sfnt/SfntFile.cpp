@@ -119,7 +119,7 @@ bool hasReadableSize(const fs::path& file, const std::optional<std::uint64_t>& s
 void readImage(SfntReading& reading, FileBytes& file, OxFont& font) {
     reading.image.forget();
     if (file.size() >= kTooLargeToRead) {
-        throw std::bad_alloc();
+        throw FileTooLarge();
     }
     ByteBuffer& buffer = reading.fileBuffer;
     file.readAll(buffer);

@@ -28,8 +28,8 @@ boost::ptr_vector<OxFont>* readSfntMemory(SfntReading& reading, const OxFont& fo
 /// font, nothing standing for a status that cannot be told.
 bool hasReadableSize(const boost::filesystem::path& file, const std::optional<std::uint64_t>& size,
                      OxFont& font, const LogChannel& log);
-/// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with no
-/// image, for a file that is too large or that memory does not suffice for.
+/// Reads the opened file into the image and sets the fingerprint. Throws FileTooLarge and
+/// std::bad_alloc, with no image then.
 void readImage(SfntReading& reading, FileBytes& file, OxFont& font);
 /// Sets "Foundry" from the record's copyright text ("Unknown" when that leaves it empty), and the
 /// type that the format ends with.

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "Export.h"
+
 /// Status codes of the classic Resource Manager and File Manager that the resource operations
 /// answer (Apple, Universal Interfaces, MacErrors.h). Zero is success, everything else is negative.
 constexpr std::int16_t noErr = 0;

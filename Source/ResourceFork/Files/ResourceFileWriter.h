@@ -15,8 +15,8 @@ class ResourceFileWriter {
     /// Roman, cut at 255 bytes, empty for none. False, and nothing added, when the resource does
     /// not fit the format any more: it would begin 16 MiB or more behind the first, or the map's
     /// lists would outgrow their 16-bit offsets.
-    bool add(std::uint32_t type, std::int16_t id, std::string_view name, std::uint8_t attributes,
-             ByteView data);
+    [[nodiscard]] bool add(std::uint32_t type, std::int16_t id, std::string_view name,
+                           std::uint8_t attributes, ByteView data);
 
     /// The resource file.
     std::vector<std::uint8_t> build() const;

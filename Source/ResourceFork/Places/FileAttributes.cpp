@@ -38,6 +38,7 @@ ssize_t readValue(const char* file, const char* name, void* out, std::size_t siz
 error_code lastError() {
     switch (errno) {
         case ENOTSUP:
+        case ENOSYS:
         case kNoSuchAttribute:
         case ENOENT:
         case ENOTDIR:

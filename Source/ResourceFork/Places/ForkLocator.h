@@ -46,7 +46,7 @@ enum class ForkPlace {
 };
 
 /// What a place is called in the log.
-const char* forkPlaceName(ForkPlace place);
+OXPARSER_EXPORT const char* forkPlaceName(ForkPlace place);
 
 using ForkBytes = std::shared_ptr<std::vector<std::uint8_t>>;
 

@@ -1,5 +1,6 @@
 #include <oxparser/OxParser.h>
 
+#include <boost/filesystem/operations.hpp>
 #include <future>
 #include <iostream>
 
