@@ -91,6 +91,9 @@ void addFoundries(Seeds& seeds) {
     seeds["FoundryLists"] = {
         {"two", joined({shortPart("(c) Acme Type"), shortPart("ACME"), Bytes{0, 15},
                         bytesOf("Zeta\nAcme\nType\n"), bytesOf("ACME\tAcme\n\nX\nZETA\t\tZeta")})}};
+    seeds["RecordJson"] = {
+        {"two", joined({Bytes{0, 0, 0}, shortPart("Acme \xA9 \"Sans\"\n"), Bytes{128, 43, 1},
+                        shortPart("caf\xC3\xA9 \xED\xA0\x80")})}};
     seeds["MacRoman"] = {{"all", joined({bytesOf("Acme \xA9\xDB\xF0\x80 "), Bytes(200, 0xDE)})}};
 }
 

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@
 #include "FuzzTarget.h"
 #include "InputParts.h"
 #include "MacRoman.h"
+#include "OxFont.h"
+#include "RecordJson.h"
 #include "ScratchFolder.h"
 
 namespace {
@@ -110,6 +113,24 @@ FUZZ_TARGET(MacRoman) {
     check(text.substr(0, back.size()) == back, "Mac Roman through UTF-8");
     check(back.size() == text.size() || utf8.size() + 3 > kLongest, "cut only when it is too long");
     macRomanFromUtf8(input.text());
+}
+
+// A record of such attributes and diagnostics, each a kind, a code and a text.
+FUZZ_TARGET(RecordJson) {
+    constexpr const char* kKeys[] = {eFamilyname, eFullname, eCopyright, eFileName, eResourcename};
+    constexpr FontDiagnosticType kTypes[] = {eError, eWarning, eNote};
+    OxFont font;
+    for (InputParts parts(input); !parts.empty();) {
+        const unsigned kind = parts.u8();
+        const int code = parts.u16();
+        const std::string text = parts.shortText();
+        if (kind < 128) {
+            font.setAttribute(kKeys[kind % std::size(kKeys)], text);
+        } else {
+            font.addDiagnostic(kTypes[kind % std::size(kTypes)], code, text);
+        }
+    }
+    checkJson(font);
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ FUZZ_TARGET(TokenScanner) {
         get_next_token();
         const auto after = static_cast<std::size_t>(iIndex);
         check(before <= after && after <= line.size(), "the scanner stays in its line");
-        if (tokentype == kTokenEndOfLine && tokenlen == 0 && after == line.size()) {
+        if (tokentype == eTokenEndOfLine && tokenlen == 0 && after == line.size()) {
             check(line.find_first_not_of("\t\n ", before) == std::string::npos,
                   "nothing but white space is left at the end");
             break;
@@ -110,7 +110,7 @@ FUZZ_TARGET(TokenScanner) {
         check(token.find_first_of(",.") == std::string::npos, "a token holds no separator");
         const std::size_t start = line.find_first_not_of("\t\n ", before);
         check(line.compare(start, token.size(), token) == 0, "a token stands in the line");
-        check(token.size() == 1 || (tokentype == kTokenNumber) == isNumber(token),
+        check(token.size() == 1 || (tokentype == eTokenNumber) == isNumber(token),
               "two or four digits are a number");
         if (after < line.size()) {
             check(line[after] == ',' || line[after] == '.', "a token ends at a separator");

@@ -7,7 +7,6 @@
 
 #include "Check.h"
 #include "Md5.h"
-#include "RecordJson.h"
 
 namespace {
 
@@ -62,12 +61,11 @@ void checkRecord(const OxFont& font, const RecordRules& rules) {
                   diagnostic.text);
     }
     for (const auto& [key, value] : font.attributes()) {
-        check(kKeys.contains(key), "a described key", key);
+        check(kKeys.contains(key), "a key of the library", key);
     }
     const int type = font.getFontType();
     check(std::find(rules.fontTypes.begin(), rules.fontTypes.end(), type) != rules.fontTypes.end(),
           "a type of the format", std::to_string(type));
-    checkJson(font);
 }
 
 FontListPtr parseTwice(const std::function<FontList*()>& parse, const RecordRules& rules) {

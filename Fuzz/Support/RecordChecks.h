@@ -34,8 +34,7 @@ struct RecordRules {
 void checkEqual(const OxFont& a, const OxFont& b);
 void checkEqual(const FontList& a, const FontList& b);
 
-/// Known codes, known beginnings of the texts of code 0, described keys and types, and a way
-/// through JSON and back without loss.
+/// Known codes, known beginnings of the texts of code 0, keys and types of the library.
 void checkRecord(const OxFont& font, const RecordRules& rules);
 
 /// Parses twice, checks that both answers are equal and each record by the rules, and answers the

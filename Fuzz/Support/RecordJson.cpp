@@ -40,9 +40,6 @@ bool standsFor(const std::string& text, const std::string& bytes) {
 }  // namespace
 
 void checkJson(const OxFont& font) {
-    if (font.diagnostics().size() > kMostDiagnosticsInJson) {
-        return;
-    }
     const std::string line = JsonResult(font).json().dump();
     check(line.find_first_of("\r\n") == std::string::npos, "one line of JSON");
     const nlohmann::json read = nlohmann::json::parse(line);

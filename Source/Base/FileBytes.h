@@ -6,32 +6,12 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
-#include "ByteView.h"
+#include "ByteBuffer.h"
+#include "FileVersion.h"
 #include "Md5.h"
 
-/// A memory block that is kept from file to file and grows to the largest.
-class ByteBuffer {
-  public:
-    /// Makes the block at least `size` bytes long; its contents are unspecified afterwards. Throws
-    /// std::bad_alloc and then holds nothing.
-    void resize(std::size_t size);
-    void release();
-
-    std::uint8_t* data() { return bytes_.get(); }
-    const std::uint8_t* data() const { return bytes_.get(); }
-    std::size_t size() const { return size_; }
-
-  private:
-    struct Free {
-        std::size_t size;
-        void operator()(std::uint8_t* block) const;
-    };
-    std::unique_ptr<std::uint8_t[], Free> bytes_;
-    std::size_t capacity_ = 0;
-    std::size_t size_ = 0;
-};
+class RegularFile;
 
 /// Files of this size or more are not read.
 constexpr std::uint64_t kTooLargeToRead = std::uint64_t{1} << 31;
@@ -41,17 +21,6 @@ constexpr char kTooLargeText[] = "Font file is too large to read";
 /// Size of a regular file, links followed. Nothing for anything else (a folder, FIFO, socket or
 /// device has no readable status as far as fonts go) and when the status query fails.
 std::optional<std::uint64_t> regularFileSize(const boost::filesystem::path& file);
-
-/// What tells one state of a file from another: equal as long as nobody has written to it.
-struct FileVersion {
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    std::uint64_t size = 0;
-    std::int64_t modified = 0;  // nanoseconds, as is `changed`
-    std::int64_t changed = 0;
-
-    bool operator==(const FileVersion&) const = default;
-};
 
 /// One file, opened for one sequential read into a buffer.
 class FileBytes {
@@ -73,16 +42,16 @@ class FileBytes {
     /// The supplier that readAll asks first on the calling thread; null: none. Not owned.
     static void setSupplier(Supplier* supplier);
 
-    FileBytes() = default;
+    FileBytes();
     FileBytes(const FileBytes&) = delete;
     FileBytes& operator=(const FileBytes&) = delete;
     ~FileBytes();
 
-    /// Opens `file` without ever blocking on it; false when it cannot be opened or is no regular
-    /// file. size() is then the file's length.
+    /// Opens `file` in place of the one that was open, without ever blocking on it; false when it
+    /// cannot be opened or is no regular file. size() is then the file's length.
     bool open(const boost::filesystem::path& file);
-    std::uint64_t size() const { return version_.size; }
-    const FileVersion& version() const { return version_; }
+    std::uint64_t size() const;
+    FileVersion version() const;
     /// Whether the open file is in this state now.
     bool isStill(const FileVersion& version) const;
 
@@ -98,7 +67,6 @@ class FileBytes {
     std::string digest();
 
   private:
-    int descriptor_ = -1;
-    FileVersion version_;
+    std::unique_ptr<RegularFile> file_;
     md5_state_t md5_{};
 };

@@ -1,6 +1,7 @@
 #include "LibraryResources.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <cstdlib>
@@ -10,22 +11,17 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-// The installed data folder as seen from the library's own file: prefix/lib[/arch]/liboxparser.so
-// belongs to prefix/share/oxparser.
-std::vector<fs::path> foldersBesideLibrary() {
+// The file that holds this code. Where that is the program, because the library is linked in, the
+// loader knows only what it was called by, which says nothing when it was found through PATH.
+fs::path ownFile() {
     Dl_info self;
-    if (::dladdr(reinterpret_cast<const void*>(&foldersBesideLibrary), &self) == 0 ||
-        self.dli_fname == nullptr) {
+    void* object = nullptr;
+    if (::dladdr1(reinterpret_cast<const void*>(&ownFile), &self, &object, RTLD_DL_LINKMAP) == 0) {
         return {};
     }
+    const char* const library = static_cast<const link_map*>(object)->l_name;
     boost::system::error_code error;
-    const fs::path library = fs::canonical(self.dli_fname, error);
-    if (error) {
-        return {};
-    }
-    const fs::path folder = library.parent_path();
-    return {folder.parent_path() / "share" / "oxparser",
-            folder.parent_path().parent_path() / "share" / "oxparser"};
+    return fs::canonical(*library == '\0' ? "/proc/self/exe" : library, error);
 }
 
 std::vector<fs::path> resourceFolders() {
@@ -33,13 +29,19 @@ std::vector<fs::path> resourceFolders() {
     if (const char* named = std::getenv("OXPARSER_RESOURCES"); named != nullptr && *named != '\0') {
         folders.emplace_back(named);
     }
-    for (const fs::path& folder : foldersBesideLibrary()) {
-        folders.push_back(folder);
+    // prefix/bin/oxparser, prefix/lib/liboxparser.so and prefix/lib/ARCH/liboxparser.so belong to
+    // prefix/share/oxparser.
+    std::vector<fs::path> prefixes;
+    if (const fs::path own = ownFile(); !own.empty()) {
+        prefixes = {own.parent_path().parent_path(), own.parent_path().parent_path().parent_path()};
+    }
+    for (const fs::path& prefix : prefixes) {
+        folders.push_back(prefix / "share" / "oxparser");
     }
     folders.emplace_back(OXPARSER_INSTALLED_RESOURCES);
-#ifdef OXPARSER_SOURCE_RESOURCES
-    folders.emplace_back(OXPARSER_SOURCE_RESOURCES);
-#endif
+    for (const fs::path& prefix : prefixes) {
+        folders.push_back(prefix / "build-tree-resources");
+    }
     return folders;
 }
 

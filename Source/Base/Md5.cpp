@@ -24,24 +24,71 @@ inline void storeLittleEndian(std::uint8_t* p, std::uint32_t word) {
 // One word of each of several computations, which a processor's vector unit works on side by side.
 using Lanes = std::uint32_t __attribute__((vector_size(sizeof(std::uint32_t) * kMd5Lanes)));
 
+// Half a block of one computation; or, turned, one word of the blocks of eight computations.
+using Row = std::uint32_t __attribute__((vector_size(32)));
+constexpr std::size_t kRow = sizeof(Row) / sizeof(std::uint32_t);
+// The same anywhere in memory.
+using RowInMemory [[gnu::aligned(1), gnu::may_alias]] = Row;
+
+// Makes rows of columns: eight words each from eight places to eight others. Each step interleaves
+// what the step before has brought together: words, then pairs of them, then fours.
+[[gnu::always_inline]] inline void turn(const std::uint8_t* const* from, std::size_t offset,
+                                        std::uint8_t* to, std::size_t stride) {
+    Row rows[kRow];
+    Row pairs[kRow];
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < kRow; ++i) {
+        rows[i] = *reinterpret_cast<const RowInMemory*>(from[i] + offset);
+    }
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < kRow; i += 2) {
+        pairs[i] = __builtin_shufflevector(rows[i], rows[i + 1], 0, 8, 1, 9, 4, 12, 5, 13);
+        pairs[i + 1] = __builtin_shufflevector(rows[i], rows[i + 1], 2, 10, 3, 11, 6, 14, 7, 15);
+    }
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < kRow; i += 2) {
+        const std::size_t first = i / 4 * 4 + i % 4 / 2;
+        rows[i] = __builtin_shufflevector(pairs[first], pairs[first + 2], 0, 1, 8, 9, 4, 5, 12, 13);
+        rows[i + 1] =
+            __builtin_shufflevector(pairs[first], pairs[first + 2], 2, 3, 10, 11, 6, 7, 14, 15);
+    }
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < kRow / 2; ++i) {
+        *reinterpret_cast<RowInMemory*>(to + i * stride) =
+            __builtin_shufflevector(rows[i], rows[i + 4], 0, 1, 2, 3, 8, 9, 10, 11);
+        *reinterpret_cast<RowInMemory*>(to + (i + 4) * stride) =
+            __builtin_shufflevector(rows[i], rows[i + 4], 4, 5, 6, 7, 12, 13, 14, 15);
+    }
+}
+
 // Where the message words come from: one block, or one block of each computation.
 struct OneBlock {
     const std::uint8_t* data;
 
-    [[gnu::always_inline]] void word(std::size_t i, std::uint32_t& x) const {
-        x = loadLittleEndian(data + 4 * i);
+    [[gnu::always_inline]] void load(std::array<std::uint32_t, 16>& x) const {
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            x[i] = loadLittleEndian(data + 4 * i);
+        }
     }
     void next() { data += 64; }
 };
 struct BlockOfEach {
     std::array<const std::uint8_t*, kMd5Lanes> data;
 
-    [[gnu::always_inline]] void word(std::size_t i, Lanes& x) const {
-        Lanes words{};
-        for (std::size_t lane = 0; lane < data.size(); ++lane) {
-            words[lane] = loadLittleEndian(data[lane] + 4 * i);
+    [[gnu::always_inline]] void load(std::array<Lanes, 16>& x) const {
+        for (std::size_t lane = 0; lane < kMd5Lanes; lane += kRow) {
+            for (std::size_t word = 0; word < x.size(); word += kRow) {
+                turn(&data[lane], 4 * word, reinterpret_cast<std::uint8_t*>(&x[word]) + 4 * lane,
+                     sizeof(Lanes));
+            }
         }
-        x = words;
+        if constexpr (std::endian::native == std::endian::big) {
+            for (Lanes& word : x) {
+                for (std::size_t lane = 0; lane < kMd5Lanes; ++lane) {
+                    word[lane] = __builtin_bswap32(word[lane]);
+                }
+            }
+        }
     }
     void next() {
         for (const std::uint8_t*& p : data) {
@@ -97,10 +144,8 @@ template <typename Word, typename Source>
                                                  std::size_t blocks) {
     auto [a, b, c, d] = words;
     for (; blocks != 0; --blocks, source.next()) {
-        Word x[16];
-        for (std::size_t i = 0; i < 16; ++i) {
-            source.word(i, x[i]);
-        }
+        std::array<Word, 16> x;
+        source.load(x);
         const std::array<Word, 4> before{a, b, c, d};
 #pragma GCC unroll 4
         for (unsigned i = 0; i < 16; i += 4) {

@@ -15,9 +15,9 @@ struct md5_state_t {
     std::array<std::uint8_t, 64> block;
 };
 
-OXPARSER_EXPORT void md5_init(md5_state_t* state);
-OXPARSER_EXPORT void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count);
-OXPARSER_EXPORT void md5_finish(md5_state_t* state, std::uint8_t digest[16]);
+void md5_init(md5_state_t* state);
+void md5_append(md5_state_t* state, const std::uint8_t* data, std::size_t count);
+void md5_finish(md5_state_t* state, std::uint8_t digest[16]);
 
 /// How many computations md5AppendSideBySide takes at most.
 constexpr std::size_t kMd5Lanes = 16;
@@ -30,7 +30,7 @@ struct Md5Piece {
 /// Appends the next `blocks` blocks of 64 bytes to each of at least one and at most kMd5Lanes
 /// computations. A computation is one long chain of operations that wait for each other; several
 /// of them side by side take little longer than one.
-OXPARSER_EXPORT void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks);
+void md5AppendSideBySide(std::span<const Md5Piece> pieces, std::size_t blocks);
 
 /// The digest as 32 lower-case hexadecimal digits, as the "FingerPrint" attribute holds it; ends
 /// the computation.

@@ -143,7 +143,8 @@ int NewFile::commit() {
     }
     int result = 0;
     if (temporary_.empty()) {
-        result = linkUnnamed(name_);
+        result = flush();
+        result = result == 0 ? linkUnnamed(name_) : result;
     } else {
         result = close();
         result = result == 0 ? place() : result;
@@ -167,14 +168,68 @@ int NewFile::replace(const std::string& earlierFileId) {
     if (result == 0) {
         result = close();
     }
-    if (result == 0 && ::renameat(folder_, temporary_.c_str(), folder_, name_.c_str()) != 0) {
-        result = errno;
-    }
     if (result == 0) {
-        temporary_.clear();
+        result = exchange(earlierFileId);
     }
     discard();
     return result;
+}
+
+// Puts both files in each other's place and looks at what came out: between a look at a name and a
+// change to it, anybody may put something else there.
+int NewFile::exchange(const std::string& earlierFileId) {
+    const auto swapNames = [this] {
+        return (ways_ & Exchange) != 0 && ::renameat2(folder_, temporary_.c_str(), folder_,
+                                                      name_.c_str(), RENAME_EXCHANGE) == 0;
+    };
+    if (!swapNames()) {
+        return replaceInSteps(earlierFileId);
+    }
+    if (idOf(folder_, temporary_) == earlierFileId) {
+        return 0;  // the earlier file is removed under our temporary name
+    }
+    // Back, until our own file comes out: somebody may be at it at the same time.
+    for (int i = 0; i < kAttempts && idOf(folder_, temporary_) != id_ && swapNames(); ++i) {
+    }
+    if (idOf(folder_, temporary_) != id_) {
+        temporary_.clear();  // it is somebody else's, and stays
+    }
+    return EEXIST;
+}
+
+int NewFile::replaceInSteps(const std::string& earlierFileId) {
+    std::string aside;
+    const int moved = withTemporaryName(aside, [this](const std::string& name) {
+        struct stat status;
+        if (::fstatat(folder_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+            return EEXIST;
+        }
+        return ::renameat(folder_, name_.c_str(), folder_, name.c_str()) == 0 ? 0 : errno;
+    });
+    if (moved != 0 && moved != ENOENT) {
+        return moved;
+    }
+    if (moved == 0 && idOf(folder_, aside) != earlierFileId) {
+        static_cast<void>(place(aside));  // if the name is taken again, it stays where it is
+        return EEXIST;
+    }
+    const int result = place();
+    if (result == 0) {
+        temporary_.clear();
+    }
+    if (moved == 0 && result == 0) {
+        ::unlinkat(folder_, aside.c_str(), 0);
+    } else if (moved == 0) {
+        static_cast<void>(place(aside));
+    }
+    return result;
+}
+
+// Some file systems report failed writes when a descriptor is closed, and the file must not be in
+// place by then.
+int NewFile::flush() const {
+    FileDescriptor copy(::fcntl(file_.get(), F_DUPFD_CLOEXEC, 0));
+    return copy.isOpen() && copy.close() ? 0 : errno;
 }
 
 // Only a file with a name can be renamed over another one.
@@ -192,12 +247,11 @@ int NewFile::linkUnnamed(const std::string& name) const {
                                                                                            : errno;
 }
 
-int NewFile::place() {
-    const char* const from = temporary_.c_str();
+int NewFile::place(const std::string& from) {
     const char* const to = name_.c_str();
     if ((ways_ & Link) != 0) {
-        if (::linkat(folder_, from, folder_, to, 0) == 0) {
-            ::unlinkat(folder_, from, 0);
+        if (::linkat(folder_, from.c_str(), folder_, to, 0) == 0) {
+            ::unlinkat(folder_, from.c_str(), 0);
             return 0;
         }
         if (errno == EEXIST) {
@@ -205,18 +259,18 @@ int NewFile::place() {
         }
     }
     if ((ways_ & Rename) != 0) {
-        if (::renameat2(folder_, from, folder_, to, RENAME_NOREPLACE) == 0) {
+        if (::renameat2(folder_, from.c_str(), folder_, to, RENAME_NOREPLACE) == 0) {
             return 0;
         }
         if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) {
             return errno;
         }
     }
-    return claim();
+    return claim(from);
 }
 
 // For old file systems in user space, which know neither links nor the careful kind of renaming.
-int NewFile::claim() {
+int NewFile::claim(const std::string& from) {
     const FileDescriptor claimed(::openat(folder_, name_.c_str(), kOnlyOurs, 0600));
     if (!claimed.isOpen()) {
         return errno;
@@ -225,7 +279,7 @@ int NewFile::claim() {
     if (id.empty() || idOf(folder_, name_) != id) {
         return EEXIST;
     }
-    if (::renameat(folder_, temporary_.c_str(), folder_, name_.c_str()) == 0) {
+    if (::renameat(folder_, from.c_str(), folder_, name_.c_str()) == 0) {
         return 0;
     }
     const int error = errno;

@@ -21,11 +21,12 @@ class NewFile {
   public:
     /// The ways to get a file into place without replacing, best first. A test leaves some out.
     enum Ways : unsigned {
-        Unnamed = 1,  // no name before it is in place
-        Link = 2,     // a second name for the file; the first is removed
-        Rename = 4,   // renameat2 with RENAME_NOREPLACE
-        Claim = 8,    // an empty file of our own takes the name, the file is renamed over it
-        AllWays = 15
+        Unnamed = 1,    // no name before it is in place
+        Link = 2,       // a second name for the file; the first is removed
+        Rename = 4,     // renameat2 with RENAME_NOREPLACE
+        Claim = 8,      // an empty file of our own takes the name, the file is renamed over it
+        Exchange = 16,  // renameat2 with RENAME_EXCHANGE, to replace a file
+        AllWays = 31
     };
 
     explicit NewFile(unsigned ways = AllWays) : ways_(ways) {}
@@ -35,19 +36,20 @@ class NewFile {
     ~NewFile();
 
     /// Begins a file that is to have this path; its folder must exist.
-    int create(const boost::filesystem::path& path);
+    [[nodiscard]] int create(const boost::filesystem::path& path);
     /// Begins a file that is to have this name in `folder`, with these permissions less the umask.
     /// The folder must stay open for this object's life.
-    int create(const FileDescriptor& folder, const std::string& name, mode_t mode);
-    int write(ByteView bytes);
+    [[nodiscard]] int create(const FileDescriptor& folder, const std::string& name, mode_t mode);
+    [[nodiscard]] int write(ByteView bytes);
     /// A time that cannot be set is no failure. To be called after the last write.
     void setModificationTime(const timespec& time);
 
     /// Puts the file into place; EEXIST when something has its name by now.
-    int commit();
+    [[nodiscard]] int commit();
     /// Puts the file into place of the file that an earlier NewFile has committed under this path,
-    /// as fileId() of that one tells; EEXIST when the name belongs to something else by now.
-    int replace(const std::string& earlierFileId);
+    /// as fileId() of that one tells; EEXIST when the name belongs to something else by now. Where
+    /// the file system cannot exchange names, the name is missing for a moment.
+    [[nodiscard]] int replace(const std::string& earlierFileId);
     /// Removes the file that was put into place, if the name still belongs to it.
     void withdraw();
 
@@ -60,8 +62,12 @@ class NewFile {
     int giveTemporaryName();
     int close();
     int linkUnnamed(const std::string& name) const;
-    int place();
-    int claim();
+    int flush() const;
+    int exchange(const std::string& earlierFileId);
+    int replaceInSteps(const std::string& earlierFileId);
+    int place() { return place(temporary_); }
+    int place(const std::string& from);
+    int claim(const std::string& from);
     void discard();
 
     unsigned ways_;

@@ -1,7 +1,5 @@
 #include "FontFileCopy.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +9,7 @@
 
 #include "FolderListing.h"
 #include "NewFile.h"
+#include "RegularFile.h"
 
 namespace {
 
@@ -19,80 +18,38 @@ using boost::system::error_code;
 
 constexpr std::size_t kPiece = std::size_t{256} * 1024;
 
-/// A regular file, open for one reading from its start to its end.
-class Source {
-  public:
-    error_code open(int folder, const char* path) {
-        file_ =
-            FileDescriptor(::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-        if (!file_.isOpen() || ::fstat(file_.get(), &status_) != 0) {
-            return lastSystemError();
-        }
-        if (!S_ISREG(status_.st_mode)) {
-            return systemError(S_ISDIR(status_.st_mode) ? EISDIR : EOPNOTSUPP);
-        }
-        return {};
-    }
-
-    const struct stat& status() const { return status_; }
-
-    // Fills `piece` unless the file ends; what is left of it is what was read.
-    error_code read(std::span<std::uint8_t>& piece) {
-        std::size_t done = 0;
-        while (done < piece.size()) {
-            const ssize_t count = ::read(file_.get(), piece.data() + done, piece.size() - done);
-            if (count < 0 && errno != EINTR) {
-                return lastSystemError();
-            }
-            if (count == 0) {
-                break;
-            }
-            done += count > 0 ? static_cast<std::size_t>(count) : 0;
-        }
-        piece = piece.first(done);
-        position_ += static_cast<off_t>(done);
-        return {};
-    }
-
-    // Whether what was read is the file as it was when it was opened. Files that the kernel makes
-    // up as they are read report a size of 0.
-    bool wasReadWhole() const {
-        struct stat now;
-        return ::fstat(file_.get(), &now) == 0 && now.st_size == status_.st_size &&
-               now.st_mtim.tv_sec == status_.st_mtim.tv_sec &&
-               now.st_mtim.tv_nsec == status_.st_mtim.tv_nsec &&
-               (position_ == status_.st_size || status_.st_size == 0);
-    }
-
-  private:
-    FileDescriptor file_;
-    struct stat status_ {};
-    off_t position_ = 0;
-};
-
-error_code copyBytes(Source& source, NewFile& copy) {
+error_code copyBytes(const RegularFile& source, NewFile& copy) {
     std::vector<std::uint8_t> buffer(kPiece);
+    std::uint64_t position = 0;
     for (;;) {
-        std::span<std::uint8_t> piece(buffer);
-        if (const error_code error = source.read(piece)) {
+        error_code error;
+        const std::size_t count = source.read(position, buffer, error);
+        if (error) {
             return error;
         }
-        if (const int error = copy.write(ByteView(piece))) {
-            return systemError(error);
+        if (const int failed = copy.write(ByteView(buffer.data(), count))) {
+            return systemError(failed);
         }
-        if (piece.size() < buffer.size()) {
-            return source.wasReadWhole() ? error_code() : systemError(EIO);
+        position += count;
+        if (count < buffer.size()) {
+            // Files that the kernel makes up as they are read report a size of 0.
+            const bool whole = source.isStill(source.version()) &&
+                               (position == source.size() || source.size() == 0);
+            return whole ? error_code() : systemError(EIO);
         }
     }
 }
 
 bool holds(const FileDescriptor& folder, const std::string& name,
            std::span<const std::uint8_t> bytes) {
-    Source existing;
-    std::vector<std::uint8_t> buffer(bytes.size() + 1);
-    std::span<std::uint8_t> read(buffer);
-    return !existing.open(folder.get(), name.c_str()) && !existing.read(read) &&
-           std::equal(read.begin(), read.end(), bytes.begin(), bytes.end());
+    RegularFile existing;
+    if (existing.open(name, RegularFile::Links::eFollow, folder.get())) {
+        return false;
+    }
+    std::vector<std::uint8_t> read(bytes.size() + 1);
+    error_code error;
+    read.resize(existing.read(0, read, error));
+    return !error && std::equal(read.begin(), read.end(), bytes.begin(), bytes.end());
 }
 
 // Whether a folder lists that name, which is known to be taken. The HFS driver of Linux cuts a
@@ -128,21 +85,18 @@ int placeSidecar(NewFile& sidecar, const FileDescriptor& folder, const std::stri
     return error;
 }
 
-bool haveEqualRest(Source& first, Source& second, error_code& error) {
-    std::vector<std::uint8_t> buffers[2] = {std::vector<std::uint8_t>(kPiece),
-                                            std::vector<std::uint8_t>(kPiece)};
-    for (;;) {
-        std::span<std::uint8_t> piece(buffers[0]);
-        std::span<std::uint8_t> otherPiece(buffers[1]);
-        error = first.read(piece);
-        if (!error) {
-            error = second.read(otherPiece);
-        }
-        if (error ||
-            !std::equal(piece.begin(), piece.end(), otherPiece.begin(), otherPiece.end())) {
+bool holdEqualBytes(const RegularFile& first, const RegularFile& second, error_code& error) {
+    std::vector<std::uint8_t> piece(kPiece);
+    std::vector<std::uint8_t> otherPiece(kPiece);
+    for (std::uint64_t position = 0;; position += kPiece) {
+        const std::size_t count = first.read(position, piece, error);
+        const std::size_t otherCount = error ? 0 : second.read(position, otherPiece, error);
+        if (error || !std::equal(piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count),
+                                 otherPiece.begin(),
+                                 otherPiece.begin() + static_cast<std::ptrdiff_t>(otherCount))) {
             return false;
         }
-        if (piece.size() < kPiece) {
+        if (count < kPiece) {
             return true;
         }
     }
@@ -152,8 +106,8 @@ bool haveEqualRest(Source& first, Source& second, error_code& error) {
 
 error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
                         const std::string& name, std::span<const std::uint8_t> sidecar) {
-    Source file;
-    if (const error_code error = file.open(AT_FDCWD, source.c_str())) {
+    RegularFile file;
+    if (const error_code error = file.open(source)) {
         return error;
     }
     NewFile copy;
@@ -183,13 +137,13 @@ error_code copyFontFile(const fs::path& source, const FileDescriptor& folder,
 }
 
 bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
-    Source first;
-    Source second;
-    error = first.open(AT_FDCWD, a.c_str());
+    RegularFile first;
+    RegularFile second;
+    error = first.open(a);
     if (error) {
         return false;
     }
-    error = second.open(AT_FDCWD, b.c_str());
+    error = second.open(b);
     if (error) {
         static constexpr int kNoFile[] = {ENOENT, ELOOP, EISDIR, EOPNOTSUPP, ENXIO};
         if (std::find(std::begin(kNoFile), std::end(kNoFile), error.value()) != std::end(kNoFile)) {
@@ -197,10 +151,10 @@ bool haveEqualBytes(const fs::path& a, const fs::path& b, error_code& error) {
         }
         return false;
     }
-    const struct stat& one = first.status();
-    const struct stat& other = second.status();
-    if (one.st_dev == other.st_dev && one.st_ino == other.st_ino) {
+    const FileVersion one = first.version();
+    const FileVersion other = second.version();
+    if (one.device == other.device && one.inode == other.inode) {
         return true;
     }
-    return one.st_size == other.st_size && haveEqualRest(first, second, error);
+    return one.size == other.size && holdEqualBytes(first, second, error);
 }

@@ -19,9 +19,10 @@
 ///
 /// Fails when the file is not regular (nothing blocks on opening it), when it changes while it is
 /// being read, and with whatever error reading and writing meet.
-boost::system::error_code copyFontFile(const boost::filesystem::path& source,
-                                       const FileDescriptor& folder, const std::string& name,
-                                       std::span<const std::uint8_t> sidecar);
+[[nodiscard]] boost::system::error_code copyFontFile(const boost::filesystem::path& source,
+                                                     const FileDescriptor& folder,
+                                                     const std::string& name,
+                                                     std::span<const std::uint8_t> sidecar);
 
 /// Whether two files hold the same bytes. False when `b` is not there or no regular file; an
 /// error when one of them cannot be read otherwise.

@@ -10,7 +10,6 @@
 #include "AppleDouble.h"
 #include "FolderBelow.h"
 #include "FontFileCopy.h"
-#include "MacErrors.h"
 
 namespace {
 
@@ -83,13 +82,13 @@ CopyResult OxFontMover::copy(const fs::path& source, const fs::path& destination
         return withoutFolder(error);
     }
     const ExternalForks forks = forks_.externalForks(source);
-    if (forks.status != noErr) {
-        // The file's own trouble has a name; that of its forks only a status.
-        haveEqualBytes(source, source, error);
-        return CopyResult::failed(error ? error : systemError(errnoOfStatus(forks.status)));
+    if (forks.trouble) {
+        return CopyResult::failed(forks.trouble.error);
     }
     std::vector<std::uint8_t> sidecar;
-    if (!forks.empty()) {
+    if (forks.damagedSidecar) {
+        sidecar = *forks.damagedSidecar;
+    } else if (!forks.empty()) {
         const ByteView fork = forks.resourceFork ? ByteView(*forks.resourceFork) : ByteView();
         sidecar = appledouble::makeAppleDouble(forks.finderInfo, fork);
     }
@@ -113,11 +112,11 @@ CopyResult OxFontMover::compare(const fs::path& source, const fs::path& destinat
     const ExternalForks one = forks_.externalForks(source);
     const ExternalForks other = forks_.externalForks(destination);
     for (const ExternalForks* forks : {&one, &other}) {
-        if (forks->status != noErr) {
-            return CopyResult::failed(systemError(errnoOfStatus(forks->status)));
+        if (forks->trouble) {
+            return CopyResult::failed(forks->trouble.error);
         }
     }
-    return {
-        sameFork(one.resourceFork, other.resourceFork) ? CopyOutcome::Same : CopyOutcome::Differs,
-        {}};
+    const bool same = sameFork(one.resourceFork, other.resourceFork) &&
+                      sameFork(one.damagedSidecar, other.damagedSidecar);
+    return {same ? CopyOutcome::Same : CopyOutcome::Differs, {}};
 }

@@ -15,7 +15,9 @@
 /// A copy is complete or absent, also when the process is killed while it is made, and never takes
 /// the place of anything. It keeps the file's modification time and its permissions, less the
 /// umask. A resource fork or Finder information that is kept outside the file's own bytes is
-/// written beside the copy, as the AppleDouble file "._NAME".
+/// written beside the copy, as the AppleDouble file "._NAME"; a sidecar that is damaged is copied
+/// as it is. When something of it cannot be read, or its place cannot be looked into, there is no
+/// copy.
 ///
 /// On file systems without unnamed files, a killed process leaves a file
 /// ".oxparser-XXXXXXXXXXXX.part" in the destination's folder. It is never taken for a font, and can

@@ -101,17 +101,24 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
     setLastCopy(result);
 }
 
+// What kept a printer font from being beside its suitcase: a failure goes before anything else.
 std::optional<CopyResult> OxFontSuitcaseMover::movePrinterFonts(boost::shared_ptr<OxFont>& font,
                                                                 const fs::path& folder) {
     std::optional<CopyResult> trouble;
     for (const fs::path& printerFont : font->printerFontPaths) {
         boost::system::error_code error;
-        if (!fs::is_regular_file(printerFont, error)) {
+        const fs::file_type type = fs::status(printerFont, error).type();
+        if (type != fs::regular_file && type != fs::status_error) {
             continue;  // its absence is on the record
         }
-        Move(printerFont, folder / printerFont.filename(), font);
-        if (lastCopy() && lastCopy()->outcome == CopyOutcome::Failed) {
-            trouble = lastCopy();
+        const fs::path target = folder / printerFont.filename();
+        Move(printerFont, target, font);
+        // Nothing is told of a name that is taken.
+        const CopyResult result = lastCopy() ? *lastCopy() : compare(printerFont, target);
+        const bool isThere =
+            result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Same;
+        if (!isThere && (!trouble || result.outcome == CopyOutcome::Failed)) {
+            trouble = result;
         }
     }
     return trouble;

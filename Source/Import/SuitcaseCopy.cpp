@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <boost/thread/lock_guard.hpp>
-#include <cerrno>
 #include <set>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include "FileDescriptor.h"
+#include "ErrorStatus.h"
 #include "FondViews.h"
 #include "MacResourceTypes.h"
 #include "ParserSupport.h"
@@ -18,6 +16,7 @@
 namespace {
 
 namespace fs = boost::filesystem;
+using boost::system::error_code;
 
 // A resource of the source file, which is open as long as the views are used. Many references of a
 // hostile map may name the same bytes: copies of them could take any amount of memory.
@@ -28,20 +27,10 @@ struct Resource {
     ByteView data;
 };
 
-// A status as an exception, so that every way out closes what is open.
-class StatusError : public std::runtime_error {
-  public:
-    explicit StatusError(std::int16_t status)
-        : std::runtime_error("status == noErr"), status_(status) {}
-    std::int16_t status() const { return status_; }
-
-  private:
-    std::int16_t status_;
-};
-
 void require(std::int16_t status) {
     if (status != noErr) {
-        throw StatusError(status);
+        const error_code error = errorOfStatus(status);
+        throw ForkError("status == noErr", status, {error, error.message()});
     }
 }
 
@@ -74,9 +63,7 @@ std::vector<Resource> resourcesOf(const OxFont& font) {
     Collection collection;
     collection.add(kFondType, static_cast<std::int16_t>(
                                   font.getResourceByType(static_cast<int>(kFondType)).second));
-    if (collection.resources().empty()) {
-        throw StatusError(resNotFound);
-    }
+    require(collection.resources().empty() ? resNotFound : noErr);
     for (const AsscEntry& entry : FondView(collection.resources().front().data).entries()) {
         if (entry.fontSize > 0) {
             collection.add(kNfntType, entry.fontID);
@@ -99,14 +86,12 @@ void write(const std::vector<Resource>& resources, const FSRef& suitcase) {
     try {
         for (const Resource& resource : resources) {
             const Handle handle = NewHandle(static_cast<std::int32_t>(resource.data.size()));
-            if (handle == nullptr) {
-                throw StatusError(memFullErr);
-            }
+            require(handle == nullptr ? memFullErr : noErr);
             std::copy_n(resource.data.text().data(), resource.data.size(), *handle);
             AddResource(handle, resource.type, resource.id, resource.name.data());
             if (const std::int16_t status = ResError(); status != noErr) {
                 DisposeHandle(handle);
-                throw StatusError(status);
+                require(status);
             }
             WriteResource(handle);
             require(ResError());
@@ -120,22 +105,27 @@ void write(const std::vector<Resource>& resources, const FSRef& suitcase) {
     CloseResFile(number);
 }
 
-bool holdsSame(const fs::path& suitcase, const std::vector<Resource>& resources) {
+// What a taken name means: the file there may hold the same.
+CopyResult compareWith(const fs::path& suitcase, const std::vector<Resource>& resources) {
+    ResourceFileSession session;
     try {
-        ResourceFileSession session;
         session.open(referenceTo(suitcase), FSGetResourceForkName);
-        int held = 0;
-        for (const ResType type : {kFondType, kNfntType, kFontType, kSfntType}) {
-            held += Count1Resources(type);
-        }
-        return held == static_cast<int>(resources.size()) &&
-               std::all_of(resources.begin(), resources.end(), [](const Resource& r) {
-                   const Handle handle = Get1Resource(r.type, r.id);
-                   return handle != nullptr && handleBytes(handle).text() == r.data.text();
-               });
-    } catch (const std::runtime_error&) {
-        return false;  // no resource file
+    } catch (const ForkError& error) {
+        const bool isNoSuitcase =
+            error.status() == fnfErr || error.status() == eofErr || error.status() == mapReadErr;
+        return isNoSuitcase ? CopyResult{CopyOutcome::Differs, {}}
+                            : CopyResult::failed(error.trouble().error);
     }
+    int held = 0;
+    for (const ResType type : {kFondType, kNfntType, kFontType, kSfntType}) {
+        held += Count1Resources(type);
+    }
+    const bool same = held == static_cast<int>(resources.size()) &&
+                      std::all_of(resources.begin(), resources.end(), [](const Resource& r) {
+                          const Handle handle = Get1Resource(r.type, r.id);
+                          return handle != nullptr && handleBytes(handle).text() == r.data.text();
+                      });
+    return {same ? CopyOutcome::Same : CopyOutcome::Differs, {}};
 }
 
 }  // namespace
@@ -159,20 +149,17 @@ CopyResult copySuitcase(const OxFont& font, const fs::path& file, const fs::path
         if (status == noErr) {
             try {
                 write(resources, suitcase);
-            } catch (const StatusError& error) {
+            } catch (const ForkError& error) {
                 status = error.status();
             }
         }
         if (status == dupFNErr) {
-            const bool same = holdsSame(folder / name, resources);
-            result = {same ? CopyOutcome::Same : CopyOutcome::Differs, {}};
+            result = compareWith(folder / name, resources);
         } else {
             require(status);
         }
-    } catch (const StatusError& error) {
-        result = CopyResult::failed(systemError(errnoOfStatus(error.status())));
-    } catch (const std::runtime_error&) {
-        result = CopyResult::failed(systemError(ENOENT));  // the source is no resource file
+    } catch (const ForkError& error) {
+        result = CopyResult::failed(error.trouble().error);
     }
     return result;
 }

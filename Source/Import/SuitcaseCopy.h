@@ -10,7 +10,8 @@
 /// entries name, from the resources of `file` into a new suitcase called `name` in `folder`.
 ///
 /// Nothing is overwritten: a name that is taken answers Same when the file there holds the same
-/// resources, else Differs. A failed write leaves nothing behind. Takes macParsingMutex and leaves
-/// the current resource file as it was.
-CopyResult copySuitcase(const OxFont& font, const boost::filesystem::path& file,
-                        const boost::filesystem::path& folder, const std::string& name);
+/// resources, Failed when that cannot be told, else Differs. A failed write leaves nothing behind.
+/// Takes macParsingMutex and leaves the current resource file as it was.
+[[nodiscard]] CopyResult copySuitcase(const OxFont& font, const boost::filesystem::path& file,
+                                      const boost::filesystem::path& folder,
+                                      const std::string& name);

@@ -1,5 +1,7 @@
 #include "OxParserImp.h"
 
+#include "Log.h"
+
 OxParserImp::OxParserImp() = default;
 OxParserImp::~OxParserImp() = default;
 
@@ -13,6 +15,12 @@ bool OxParserImp::inspectFont(boost::filesystem::path /*file*/) {
     return false;
 }
 
+bool OxParserImp::readsWhole(const boost::filesystem::path& /*file*/) const {
+    return false;
+}
+
+void OxParserImp::releaseMemory() {}
+
 bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
     return false;
 }
@@ -21,3 +29,12 @@ bool OxParserImp::repairFont(boost::filesystem::path /*file*/) {
     return false;
 }
 // NOLINTEND(performance-unnecessary-value-param)
+
+void OxParserImp::reportFileError(const boost::filesystem::path& file,
+                                  const std::string& reason) const {
+    static const LogChannel channel("OxParserImp");
+    channel.error(file.string() + ":  " + reason);
+    if (fileErrorReport_) {
+        fileErrorReport_(file, reason);
+    }
+}

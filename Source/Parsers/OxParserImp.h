@@ -1,7 +1,9 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/function.hpp>
 #include <boost/ptr_container/ptr_vector.hpp>
+#include <string>
 
 #include "Export.h"
 #include "OxFont.h"
@@ -23,13 +25,35 @@ class OXPARSER_EXPORT OxParserImp {
     virtual boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file);
     /// True when this parser takes the file. Cheap; makes no records.
     virtual bool inspectFont(boost::filesystem::path file);
+    /// True when parseFontFile reads such a file from its first byte to its last, so that it is
+    /// worth reading before its turn. May look at the name alone: it is called from any thread, at
+    /// any time while the parser is registered. A wrong answer costs time and changes no record.
+    /// The base answers false.
+    virtual bool readsWhole(const boost::filesystem::path& file) const;
+    /// Gives back the memory that the last file was read into, and with it whatever a parser kept
+    /// for looking at that file again. A coordinator calls it before another parser reads a file,
+    /// so that one file's bytes are kept at a time. The base does nothing.
+    virtual void releaseMemory();
     /// Reserved.
     virtual bool diagnoseFont(boost::filesystem::path file);
     /// Reserved.
     virtual bool repairFont(boost::filesystem::path file);
     virtual ~OxParserImp();
 
+    /// Called with a file and, in words, what kept it from being read whole.
+    using FileErrorReport =
+        boost::function<void(const boost::filesystem::path&, const std::string& reason)>;
+    /// Sets who is told of such errors; a coordinator does so when a parser is registered with it.
+    void setFileErrorReport(const FileErrorReport& report) { fileErrorReport_ = report; }
+
   protected:
+    /// For what no record can say: something keeps `file` from being read whole. Goes to the log,
+    /// too. To be called from inspectFont and parseFontFile only.
+    void reportFileError(const boost::filesystem::path& file, const std::string& reason) const;
+
     /// Records that an implementation collects while it works; destroyed with it.
     boost::ptr_vector<OxFont> fonts_;
+
+  private:
+    FileErrorReport fileErrorReport_;
 };

@@ -29,6 +29,8 @@ boost::ptr_vector<OxFont>* readOneRecord(
     OxFont& font = fonts->back();
     try {
         read(font);
+    } catch (const FileTooLarge&) {
+        reportTooLarge(font, file, log);
     } catch (const std::bad_alloc&) {
         reportTooLarge(font, file, log);
     } catch (const std::exception& error) {
@@ -43,7 +45,7 @@ bool readWhole(const boost::filesystem::path& file, std::uint64_t size, FileByte
         return false;
     }
     if (bytes.size() >= kTooLargeToRead) {
-        throw std::bad_alloc();
+        throw FileTooLarge();
     }
     return bytes.readAll(buffer, padding) == bytes.size();
 }

@@ -1,7 +1,10 @@
 #include "OxFontFactory.h"
 
+#include <chrono>
 #include <exception>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "Log.h"
 #include "LookAhead.h"
@@ -28,6 +31,41 @@ void guarded(const Step& step) {
     }
 }
 
+// Records on their way to the font queue. Whoever takes them from there has to be woken, and waits
+// for the parse in hand; so they go several at a time, but none waits long.
+class RecordBatch {
+  public:
+    explicit RecordBatch(OxFontFactory::FontQueue& fonts) : fonts_(fonts) {}
+
+    void add(const boost::shared_ptr<OxFont>& font) {
+        if (records_.empty()) {
+            since_ = Clock::now();
+        }
+        records_.push_back(font);
+    }
+    /// To be called after each file.
+    void passOnWhenDue() {
+        if (records_.size() >= kEnough ||
+            (!records_.empty() && Clock::now() - since_ >= kLongest)) {
+            passOn();
+        }
+    }
+    void passOn() {
+        for (const boost::shared_ptr<OxFont>& font : std::exchange(records_, {})) {
+            fonts_.push(font);
+        }
+    }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kEnough = 8;
+    static constexpr std::chrono::milliseconds kLongest{2};
+
+    OxFontFactory::FontQueue& fonts_;
+    std::vector<boost::shared_ptr<OxFont>> records_;
+    Clock::time_point since_;
+};
+
 void letGo(std::unique_ptr<boost::thread>& thread) {
     if (thread && thread->joinable()) {
         thread->detach();
@@ -53,8 +91,16 @@ void OxFontFactory::run() {
     producing_ = true;
     letGo(fileConsumer_);
     letGo(fontProducer_);
-    fileConsumer_ = std::make_unique<boost::thread>(OxFileConsumer(this));
+    // The producer first: it touches nothing of the coordinator before a record comes.
     fontProducer_ = std::make_unique<boost::thread>(OxFontProducer(this));
+    try {
+        fileConsumer_ = std::make_unique<boost::thread>(OxFileConsumer(this));
+    } catch (...) {
+        abandoned_ = true;
+        fontQueue_->push(boost::shared_ptr<OxFont>());
+        fontProducer_->join();
+        throw;
+    }
     // Let go of now, while the coordinator's mutex keeps them from ending, and not in the
     // destructor, which may run while they end.
     fileConsumer_->detach();
@@ -73,6 +119,7 @@ void OxFontFactory::consumeFiles() {
     const boost::shared_ptr<FontQueue> fonts = fontQueue_;
     std::unique_ptr<LookAhead> lookAhead;
     guarded([&] { lookAhead = coordinator_->startLookAhead(); });
+    RecordBatch batch(*fonts);
     for (std::size_t number = 0;; ++number) {
         fs::path file;
         paths->wait_and_pop(file);
@@ -92,11 +139,13 @@ void OxFontFactory::consumeFiles() {
                 if (producing_) {
                     coordinator_->recordQueued();
                 }
-                fonts->push(font);
+                batch.add(font);
             }
         });
+        guarded([&] { batch.passOnWhenDue(); });
     }
     lookAhead.reset();
+    guarded([&] { batch.passOn(); });
     fonts->push(boost::shared_ptr<OxFont>());
 }
 
@@ -108,13 +157,24 @@ void OxFontFactory::produceFonts() {
         if (!font) {
             break;
         }
-        if (producing_) {
-            coordinator_->recordTaken();
-        }
-        guarded([&] {
-            coordinator_->NotifyFontProgress(coordinator_->filesParsed(),
-                                             coordinator_->totalFiles(), font);
+        bool isMore = true;
+        coordinator_->reportRecords([&] {
+            while (font && isMore) {
+                if (producing_) {
+                    coordinator_->recordTaken();
+                }
+                guarded([&] {
+                    coordinator_->callFontProgress(coordinator_->filesParsed(),
+                                                   coordinator_->totalFiles(), font);
+                });
+                isMore = fonts->try_pop(font);
+            }
         });
+        if (!font) {
+            break;
+        }
     }
-    guarded([&] { coordinator_->NotifyFontCompletion(cancelled_); });
+    if (!abandoned_) {
+        guarded([&] { coordinator_->NotifyFontCompletion(cancelled_); });
+    }
 }

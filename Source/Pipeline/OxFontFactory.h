@@ -28,7 +28,8 @@ class OXPARSER_EXPORT OxFontFactory {
     /// Lets go of the threads without waiting for them.
     virtual ~OxFontFactory();
 
-    /// Starts both threads and returns at once.
+    /// Starts both threads and returns at once. Raises boost::thread_resource_error, with neither
+    /// of them left and no callback called, when one cannot be made.
     void run();
     /// Drops the queued paths. The file in hand is finished and its records are reported. May be
     /// called from any thread.
@@ -48,6 +49,7 @@ class OXPARSER_EXPORT OxFontFactory {
     OxParser* coordinator_ = nullptr;
     std::atomic<bool> cancelled_{false};
     std::atomic<bool> producing_{false};  // somebody takes the queued records
+    std::atomic<bool> abandoned_{false};  // nobody was there to queue any
 };
 
 /// The function object of the file-consumer thread.

@@ -9,8 +9,10 @@
 #include <log4cpp/PropertyConfigurator.hh>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <tuple>
 
+#include "ByteBuffer.h"
 #include "FontFoundryList.h"
 #include "LibraryResources.h"
 #include "Log.h"
@@ -22,7 +24,6 @@
 #include "OxParserSuitcaseImp.h"
 #include "OxParserTrueTypeCollectionImp.h"
 #include "OxParserTrueTypeImp.h"
-#include "ParserSupport.h"
 
 namespace {
 
@@ -34,13 +35,6 @@ constexpr int kMostQueuedRecords = 32;
 const LogChannel& logChannel() {
     static const LogChannel channel("OxParser");
     return channel;
-}
-
-// Whether the parser of such a file reads the whole of it.
-bool isReadWhole(const fs::path& file) {
-    constexpr const char* kExtensions[] = {".TTF", ".OTF", ".TTC", ".PFB"};
-    return std::any_of(std::begin(kExtensions), std::end(kExtensions),
-                       [&file](const char* extension) { return hasExtension(file, extension); });
 }
 
 enum class FoundryFile { Names, Codes };
@@ -184,15 +178,27 @@ void OxParser::loadFoundryList() {
 
 void OxParser::addParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
+    const boost::lock_guard<boost::mutex> registryLock(registry_);
     parsers_.push_back(imp);
+    // A parser is at work with the mutex held; what it tells waits until that is released.
+    imp->setFileErrorReport([this](const fs::path& file, const std::string& reason) {
+        FileErrors::value_type error(file, reason);
+        if (std::find(fileErrors_.begin(), fileErrors_.end(), error) == fileErrors_.end()) {
+            fileErrors_.push_back(std::move(error));
+        }
+    });
 }
 
 void OxParser::removeParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
+    const boost::lock_guard<boost::mutex> registryLock(registry_);
     const auto found =
         std::find_if(parsers_.begin(), parsers_.end(),
                      [imp](const OxParserImp& registered) { return &registered == imp; });
     if (found != parsers_.end()) {
+        if (lastParser_ == imp) {
+            lastParser_ = nullptr;
+        }
         parsers_.erase(found);
     }
 }
@@ -211,23 +217,49 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
         std::atomic<int>& parsed;
         ~Count() { ++parsed; }
     } const count{filesParsed_};
+    std::unique_ptr<boost::ptr_vector<OxFont>> fonts;
     for (OxParserImp& parser : parsers_) {
         if (parser.inspectFont(file)) {
-            return parser.parseFontFile(file);
+            fonts.reset(parseWith(parser, file));
+            break;
         }
     }
-    return nullptr;
+    const FileErrors errors = std::exchange(fileErrors_, {});
+    lock.unlock();
+    for (const auto& [path, reason] : errors) {
+        NotifyFileError(path, reason);
+    }
+    return fonts.release();
 }
 
-std::unique_ptr<LookAhead> OxParser::startLookAhead() const {
+// The memory for a whole file goes from parser to parser, or back to the system.
+boost::ptr_vector<OxFont>* OxParser::parseWith(OxParserImp& parser, const fs::path& file) {
+    std::optional<ByteBuffer::Spare> spare;
+    if (lastParser_ != &parser) {
+        if (parser.readsWhole(file)) {
+            spare.emplace();
+        }
+        if (lastParser_ != nullptr) {
+            lastParser_->releaseMemory();
+        }
+        lastParser_ = &parser;
+    }
+    return parser.parseFontFile(file);
+}
+
+// The helpers end before the consumer does, and so before the coordinator.
+std::unique_ptr<LookAhead> OxParser::startLookAhead() {
     if (lookAheadHelpers_ == 0) {
         return nullptr;
     }
-    const auto pathOf = [paths = pathQueue_](std::size_t number) {
-        std::optional<fs::path> file = paths->peek(number);
-        return file && !isReadWhole(*file) ? fs::path() : std::move(file);
-    };
-    return std::make_unique<LookAhead>(lookAheadHelpers_, lookAheadBudget_, pathOf);
+    return std::make_unique<LookAhead>(lookAheadHelpers_, lookAheadBudget_, *pathQueue_,
+                                       [this](const fs::path& file) { return readsWhole(file); });
+}
+
+bool OxParser::readsWhole(const fs::path& file) {
+    const boost::lock_guard<boost::mutex> lock(registry_);
+    return std::any_of(parsers_.begin(), parsers_.end(),
+                       [&file](const OxParserImp& parser) { return parser.readsWhole(file); });
 }
 
 void OxParser::run() {
@@ -276,6 +308,17 @@ void OxParser::NotifyFileCompletion(bool cancelled) {
 
 void OxParser::NotifyFontProgress(int parsed, int total, boost::shared_ptr<OxFont> font) {
     const NotificationTurn turn(*this);
+    callFontProgress(parsed, total, font);
+}
+
+// Several records, each through callFontProgress, in one turn: every turn makes the two threads
+// wait for each other.
+void OxParser::reportRecords(const std::function<void()>& report) {
+    const NotificationTurn turn(*this);
+    report();
+}
+
+void OxParser::callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font) {
     for (const FontProgressCallback& callback : fontProgressCallbacks) {
         callback(parsed, total, font);
     }
@@ -292,5 +335,12 @@ void OxParser::NotifyWalkError(const fs::path& path, const boost::system::error_
     const NotificationTurn turn(*this);
     for (const WalkErrorCallback& callback : walkErrorCallbacks) {
         callback(path, error);
+    }
+}
+
+void OxParser::NotifyFileError(const fs::path& path, const std::string& reason) {
+    const NotificationTurn turn(*this);
+    for (const FileErrorCallback& callback : fileErrorCallbacks) {
+        callback(path, reason);
     }
 }

@@ -9,8 +9,11 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <queue>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "Export.h"
@@ -39,6 +42,7 @@ class OXPARSER_EXPORT OxParser {
     using CompletionCallback = boost::function<void(bool)>;
     using WalkErrorCallback =
         boost::function<void(const boost::filesystem::path&, const boost::system::error_code&)>;
+    using FileErrorCallback = OxParserImp::FileErrorReport;
 
     /// No source: finds no files.
     OxParser(const boost::filesystem::path& foundryNames,
@@ -68,15 +72,20 @@ class OXPARSER_EXPORT OxParser {
     /// Loads the library's own two lists.
     void loadFoundryList();
 
-    /// Appends a parser to the registry, which owns it from then on.
+    /// Appends a parser to the registry, which owns it from then on and passes its file errors on.
+    /// Like removeParserImp, to be called from any thread but out of a callback or a parser; waits
+    /// for the file in hand.
     void addParserImp(OxParserImp* imp);
     /// Removes and deletes exactly this parser; does nothing when it is not registered.
     void removeParserImp(OxParserImp* imp);
     /// Has the first parser that accepts `file` parse it. The caller owns the list; null when no
-    /// parser accepts the file or it yields nothing.
+    /// parser accepts the file or it yields nothing. What keeps the file from being read whole is
+    /// told to fileErrorCallbacks before this returns.
     boost::ptr_vector<OxFont>* parseFile(const boost::filesystem::path& file);
 
-    /// Walks all sources, then starts the parsing threads and returns.
+    /// Walks all sources, then starts the parsing threads and returns. Raises
+    /// boost::thread_resource_error when a thread cannot be made: none is left then, and callbacks
+    /// that have not come will not.
     void run();
     /// Ends the scan early; neither waits nor joins. Callable from any thread, but not from a
     /// callback.
@@ -97,6 +106,7 @@ class OXPARSER_EXPORT OxParser {
     void NotifyFontCompletion(bool cancelled);
     void NotifyWalkError(const boost::filesystem::path& path,
                          const boost::system::error_code& error);
+    void NotifyFileError(const boost::filesystem::path& path, const std::string& reason);
 
     /// Asks for the tolerant walk; to be called before `run`. Folders and entries that cannot be
     /// read are reported through walkErrorCallbacks and skipped. The entries of a folder come in
@@ -125,11 +135,16 @@ class OXPARSER_EXPORT OxParser {
   private:
     friend class OxFontFactory;
     class NotificationTurn;
+    using FileErrors = std::vector<std::pair<boost::filesystem::path, std::string>>;
 
     void recordQueued() { ++queuedRecords_; }
     void recordTaken() { --queuedRecords_; }
     bool notificationsGoFirst() const;
-    std::unique_ptr<LookAhead> startLookAhead() const;
+    std::unique_ptr<LookAhead> startLookAhead();
+    bool readsWhole(const boost::filesystem::path& file);
+    boost::ptr_vector<OxFont>* parseWith(OxParserImp& parser, const boost::filesystem::path& file);
+    void reportRecords(const std::function<void()>& report);
+    void callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font);
 
     std::unique_ptr<OxFileFactory> fileFactory_;
     std::unique_ptr<OxFontFactory> fontFactory_;
@@ -137,7 +152,11 @@ class OXPARSER_EXPORT OxParser {
     boost::shared_ptr<OxFontFactory::FontQueue> fontQueue_;
     std::queue<boost::filesystem::path> sources_;
     boost::ptr_vector<OxParserImp> parsers_;
+    OxParserImp* lastParser_ = nullptr;  // that parsed a file
     boost::mutex mutex_;
+    // Who changes the registry holds this as well as mutex_, which a parse keeps to its end:
+    // helpers ask the parsers meanwhile.
+    boost::mutex registry_;
     std::atomic<int> filesParsed_{-1};
     std::atomic<int> totalFiles_{-1};
 
@@ -152,8 +171,13 @@ class OXPARSER_EXPORT OxParser {
     std::vector<CompletionCallback> fontCompletionCallbacks;
     /// (path, error) of what a tolerant walk could not read; walk thread.
     std::vector<WalkErrorCallback> walkErrorCallbacks;
+    /// (path, reason) of a file that cannot be read whole, where no record can say it: its folder
+    /// cannot be listed, an attribute or sidecar cannot be read, its fork is damaged or out of
+    /// reach. Called before the records of that file are; file-consumer thread.
+    std::vector<FileErrorCallback> fileErrorCallbacks;
 
   private:
+    FileErrors fileErrors_;  // of the parse that goes on
     std::atomic<bool> tolerantWalk_{false};
     std::vector<boost::filesystem::path> leftOutFolders_;
     std::atomic<unsigned> lookAheadHelpers_{0};

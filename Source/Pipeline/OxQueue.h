@@ -5,7 +5,7 @@
 #include <boost/thread/mutex.hpp>
 #include <cstddef>
 #include <deque>
-#include <optional>
+#include <utility>
 
 /// An unbounded first-in-first-out queue between threads, with any number of pushers and exactly
 /// one taker. The end of a stream travels in the data.
@@ -34,19 +34,32 @@ class OxQueue {
         while (items_.empty()) {
             condition_.wait(lock);
         }
-        out = items_.front();
-        items_.pop_front();
-        ++taken_;
+        takeFront(out);
     }
 
-    /// A copy of the item that is the `number`th to be taken, counted from 0 over the queue's whole
-    /// life; nothing when it has been taken or is not there yet.
-    std::optional<T> peek(std::size_t number) const {
+    /// Takes the front item; false when there is none now.
+    bool try_pop(T& out) {
         const boost::lock_guard<boost::mutex> lock(mutex_);
-        if (number < taken_ || number - taken_ >= items_.size()) {
-            return std::nullopt;
+        if (items_.empty()) {
+            return false;
         }
-        return items_[number - taken_];
+        takeFront(out);
+        return true;
+    }
+
+    enum class Place { Taken, Waiting, NotThereYet };
+    /// Where the item is that is the `number`th to be taken, counted from 0 over the queue's whole
+    /// life. `out` becomes a copy of one that is waiting.
+    Place peek(std::size_t number, T& out) const {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        if (number < taken_) {
+            return Place::Taken;
+        }
+        if (number - taken_ >= items_.size()) {
+            return Place::NotThereYet;
+        }
+        out = items_[number - taken_];
+        return Place::Waiting;
     }
 
     /// Removes every item, front first. Others need not wait for that: the items may be many.
@@ -58,6 +71,12 @@ class OxQueue {
     }
 
   private:
+    void takeFront(T& out) {
+        out = std::move(items_.front());
+        items_.pop_front();
+        ++taken_;
+    }
+
     std::deque<T> items_;
     std::size_t taken_ = 0;
     mutable boost::mutex mutex_;

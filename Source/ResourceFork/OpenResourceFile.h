@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "ByteView.h"
+#include "ErrorStatus.h"
 #include "FinderInfo.h"
 #include "ForkLocator.h"
-#include "MacErrors.h"
 #include "ResourceFile.h"
 #include "ResourceFileWriter.h"
 
@@ -83,7 +83,7 @@ class ForkInMemory : public OpenResourceFile {
         : OpenResourceFile(handles), bytes_(std::move(bytes)) {}
     ~ForkInMemory() override;
 
-    std::int16_t open() { return reader_.open(ByteView(*bytes_)); }
+    [[nodiscard]] std::int16_t open() { return reader_.open(ByteView(*bytes_)); }
 
     std::size_t count(std::uint32_t type) override { return reader_.references(type).size(); }
     bool holdsType(std::uint32_t type) const override { return reader_.holdsType(type); }
@@ -120,7 +120,7 @@ class NewResourceFile : public OpenResourceFile {
     template <typename Predicate>
     Found firstThat(Predicate predicate);
     /// Writes and puts into place; an errno value.
-    int write();
+    [[nodiscard]] int write();
 
     boost::filesystem::path path_;
     FinderInfo info_;

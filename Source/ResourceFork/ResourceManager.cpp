@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "ErrorStatus.h"
 #include "FileBytes.h"
 #include "ForkFile.h"
 #include "ForkLocator.h"
@@ -36,6 +37,7 @@ struct Manager {
     std::int16_t lastNumber = 0;
     std::int16_t current = 0;
     std::int16_t error = noErr;
+    ForkTrouble trouble;
 
     OpenResourceFile* file(std::int16_t refNum) {
         const auto found = find(refNum);
@@ -94,13 +96,15 @@ PathStatus statusOf(const fs::path& path) {
 
 ForkAnswer readDataFork(const fs::path& path) {
     ForkAnswer answer;
-    const ForkFile::Opened opened = ForkFile::open(path, ForkFile::Links::eFollow);
-    answer.status = opened.status;
-    if (!opened.file) {
+    boost::system::error_code error;
+    const auto file = ForkFile::open(path, RegularFile::Links::eFollow, error);
+    if (!file) {
+        answer.status = statusOfError(error);
+        answer.trouble = {error, "cannot read the file: " + error.message()};
         return answer;
     }
-    const std::uint64_t size = opened.file->size();
-    const std::vector<std::uint8_t> header = opened.file->read(0, 16);
+    const std::uint64_t size = file->size();
+    const std::vector<std::uint8_t> header = file->read(0, 16);
     if (size == 0) {
         answer.status = eofErr;
     } else if (size >= kTooLargeToRead) {
@@ -108,8 +112,11 @@ ForkAnswer readDataFork(const fs::path& path) {
     } else if (!isPlausibleResourceHeader(ByteView(header), size)) {
         answer.status = mapReadErr;
     } else {
-        answer.bytes = std::make_shared<std::vector<std::uint8_t>>(opened.file->read(0, size));
+        answer.bytes = std::make_shared<std::vector<std::uint8_t>>(file->read(0, size));
         answer.status = answer.bytes->size() == size ? noErr : ioErr;
+    }
+    if (const boost::system::error_code& failed = file->readError()) {
+        answer.trouble = {failed, "cannot read the file: " + failed.message()};
     }
     return answer;
 }
@@ -138,6 +145,7 @@ std::int16_t makeOpenFile(Manager& manager, const FSRef& ref, const HFSUniStr255
         return wrPermErr;
     }
     ForkAnswer fork = readFork(manager.locator, ref.path, dataFork);
+    manager.trouble = fork.trouble;
     if (fork.status != noErr) {
         return fork.status;
     }
@@ -207,6 +215,7 @@ std::int16_t FSOpenResourceFile(const FSRef* ref, const HFSUniStr255& forkName,
                                 std::int8_t permission, std::int16_t* refNum) {
     LockedManager manager;
     *refNum = -1;
+    manager->trouble = ForkTrouble();
     try {
         manager->error = openFile(*manager.all, *ref, forkName, permission, refNum);
     } catch (const std::bad_alloc&) {
@@ -256,6 +265,11 @@ void DiscardResFile(std::int16_t refNum) {
 std::int16_t ResError() {
     LockedManager manager;
     return manager->error;
+}
+
+ForkTrouble LastForkTrouble() {
+    LockedManager manager;
+    return manager->trouble;
 }
 
 std::int16_t Count1Resources(ResType type) {
@@ -424,6 +438,7 @@ std::int16_t FSGetCatalogInfo(const FSRef* ref, FSCatalogInfo* info) {
     LockedManager manager;
     *info = FSCatalogInfo();
     const FinderAnswer finder = manager->locator.finderInfo(ref->path);
+    manager->trouble = finder.trouble;
     info->finderInfo = finder.info;
     if (finder.status != fnfErr) {
         return finder.status;

@@ -9,6 +9,7 @@
 #include "ByteView.h"
 #include "Export.h"
 #include "FinderInfo.h"
+#include "ForkLocator.h"
 #include "MacErrors.h"
 
 /// The classic Resource Manager and File Manager operations that the Mac parsers and the suitcase
@@ -70,7 +71,8 @@ OXPARSER_EXPORT std::int16_t FSGetDataForkName(HFSUniStr255* name);
 ///
 /// On failure *refNum is -1, the current file stays, and the status is also what ResError answers:
 /// eofErr (no or an empty fork), fnfErr, permErr, ioErr, tmfoErr, memFullErr (2 GiB or more, a
-/// resource fork over ForkLocator::kForkLimit, no memory), mapReadErr.
+/// resource fork over ForkLocator::kForkLimit, no memory), mapReadErr (damaged; in BinHex also over
+/// that limit).
 OXPARSER_EXPORT std::int16_t FSOpenResourceFile(const FSRef* ref, const HFSUniStr255& forkName,
                                                 std::int8_t permission, std::int16_t* refNum);
 
@@ -89,6 +91,9 @@ OXPARSER_EXPORT void DiscardResFile(std::int16_t refNum);
 /// Status of the latest call on resources or resource files; paths, fork names, catalog
 /// information and handles do not set it.
 OXPARSER_EXPORT std::int16_t ResError();
+/// What FSOpenResourceFile, FSGetCatalogInfo or PBGetCatalogInfoSync could not see into when one of
+/// them was called last, whatever it answered.
+OXPARSER_EXPORT ForkTrouble LastForkTrouble();
 
 /// Number of resources of a type in the current file, in the order of the map, 32767 at most.
 OXPARSER_EXPORT std::int16_t Count1Resources(ResType type);

@@ -6,10 +6,11 @@ import resource
 import shutil
 import struct
 import subprocess
+import sys
 import unittest
 
 import sfnt
-from program import NOBODY, ProgramTest
+from program import NOBODY, PROGRAM, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]
@@ -24,6 +25,20 @@ NO_READ = ("EIO", "EACCES", "EMFILE", "ENOMEM")
 UNREADABLE = {"victim.ttf": [("error", -1003)], "victim.otf": [("error", -1003)],
               "victim.ttc": [], "victim.pfb": [("error", -1003)], "victim.pfm": [],
               "victim.dfont": None, "victim": None}
+
+
+def apple_double(fork, kind=b""):
+    return struct.pack(">2L16xH6L32s", 0x00051607, 0x20000, 2, 9, 50, 32, 2, 82, len(fork),
+                       kind) + fork
+
+
+def set_attribute(file, name, value):
+    """False where files have no attributes."""
+    try:
+        os.setxattr(file, name, value)
+    except OSError:
+        return False
+    return True
 
 
 class FaultTest(ProgramTest):
@@ -41,6 +56,7 @@ class FaultTest(ProgramTest):
         self.write("fonts/witness.ttf", sfnt.font("Witness"))
         shutil.copytree(self.path("fonts"), self.path("kept"))
         self.good = self.scan()
+        self.assertEqual(self.err, "")
 
     def scan(self, fault=None, **options):
         """Diagnostics and attributes of each file's records, with the fault."""
@@ -90,17 +106,20 @@ class FaultTest(ProgramTest):
     def test_an_import_never_leaves_an_unreadable_fork_behind(self):
         """A file whose fork cannot be read is not copied without it."""
         fork = b"\0\0\1\0\0\0\1\4\0\0\0\4\0\0\0\x1e".ljust(1000, b"\0")
-        self.write("mac/._Acme.ttf", struct.pack(
-            ">2L16xH6L", 0x00051607, 0x20000, 2, 9, 50, 32, 2, 82, len(fork)) + bytes(32) + fork)
+        self.write("mac/._Acme.ttf", apple_double(fork))
         self.write("mac/Acme.ttf", sfnt.font("Acme"))
         # Read errors in the header, where the fork begins, and in its midst.
-        for fault in ("open EIO %s", "open EACCES %s", "read EIO %s", "read EIO %s 128",
-                      "read EIO %s 500"):
-            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT=fault % "/._Acme.ttf")
+        faults = ["%s /._Acme.ttf" % fault for fault in ("open EIO", "open EACCES", "read EIO")]
+        faults += [faults[-1] + " 128", faults[-1] + " 500", "list EIO /mac", "open EACCES mac",
+                   "attributes EIO /Acme.ttf"]
+        if set_attribute(self.path("mac/Acme.ttf"), "user.com.apple.FinderInfo", bytes(32)):
+            faults += ["attribute EIO /Acme.ttf", "attribute huge /Acme.ttf"]
+        for fault in [*faults, "close EIO (deleted)"]:
+            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT=fault)
             out, _ = self.run_program("import", "--format", "csv", "mac/Acme.ttf", "--to", "copies",
                                       status=1)
             self.assertIn("\nfailed,mac/Acme.ttf,", out.replace("\r", ""), fault)
-            self.assertEqual([f for _, _, f in os.walk(self.path("copies")) if f], [])
+            self.assertEqual([f for _, _, f in os.walk(self.path("copies")) if f], [], fault)
         del self.environment["LD_PRELOAD"], self.environment["OXPARSER_FAULT"]
         self.run_program("import", "mac/Acme.ttf", "--to", "copies")
         copies = [os.path.join(folder, name) for folder, _, names in os.walk(self.path("copies"))
@@ -108,6 +127,76 @@ class FaultTest(ProgramTest):
         self.assertEqual(len(copies), 1)
         with open(copies[0], "rb") as copy:
             self.assertEqual(copy.read()[82:], fork)
+
+    def test_what_hides_a_fork_is_told(self):
+        """A file is never silently taken to have no fork."""
+        suitcase = "fonts/victim.d/victim"
+        with open(self.path("fonts/victim.d/._victim"), "rb") as file:
+            sidecar = file.read()
+        faults = {"list EIO /victim.d": "cannot list fonts/victim.d: Input/output error",
+                  "open EACCES /victim.d": "cannot list fonts/victim.d: Permission denied",
+                  "attributes EIO /victim": "cannot list its attributes: Input/output error",
+                  "open EACCES /._victim": "cannot read fonts/victim.d/._victim: Permission denied",
+                  "read EIO /._victim": "cannot read fonts/victim.d/._victim: Input/output error",
+                  "read EIO /._victim 90":
+                      "cannot read fonts/victim.d/._victim: Input/output error"}
+        if set_attribute(self.path(suitcase), "user.com.apple.ResourceFork", bytes(9)):
+            faults["attribute EIO /victim"] = (
+                "cannot read its attribute user.com.apple.ResourceFork: Input/output error")
+            faults["attribute huge /victim"] = (
+                "cannot read its attribute user.com.apple.ResourceFork: File too large")
+        for fault, reason in faults.items():
+            with self.subTest(fault):
+                self.told(suitcase, reason, fault)
+        os.remove(self.path(suitcase))
+        self.write(suitcase, b"")
+        # Damage, with no record to say it.
+        for damaged in (sidecar[:20], sidecar[:90], sidecar[:82] + bytes(len(sidecar) - 82)):
+            self.write("fonts/victim.d/._victim", damaged)
+            self.told(suitcase, "fonts/victim.d/._victim is damaged")
+        self.write("fonts/victim.d/._victim", apple_double(b"", b"FFIL"))
+        self.told(suitcase, "The resource fork is missing or empty")
+
+    def test_a_folder_that_can_only_be_entered_hides_no_fork(self):
+        """Neither from a scan nor from an import of an ordinary user."""
+        if os.geteuid() != 0:
+            self.skipTest("needs another user's rights")
+        self.write("fonts/victim.d/Acme.ttf", sfnt.font("Acme"))
+        self.write("fonts/victim.d/._Acme.ttf", apple_double(bytes(300)))
+        os.mkdir(self.path("copies"))
+        os.chown(self.path("copies"), NOBODY, NOBODY)
+        os.chmod(self.path("fonts/victim.d"), 0o311)
+        files = ["fonts/victim.d/victim", "fonts/victim.d/Acme.ttf"]
+        out, err = self.run_program("import", "--format", "csv", *files, "--to", "copies", status=1,
+                                    user=NOBODY, group=NOBODY, extra_groups=[])
+        self.assertIn(files[0] + ": cannot list fonts/victim.d: Permission denied", err)
+        self.assertRegex(out, "(?m)^failed,%s,.*Permission denied" % files[1])
+        self.assertEqual([f for _, _, f in os.walk(self.path("copies")) if f], [])
+
+    def test_a_damaged_sidecar_is_copied_as_it_is(self):
+        whole = apple_double(b"\0\0\1\0\0\0\1\4\0\0\0\4\0\0\0\x1e".ljust(1000, b"\0"))
+        for number, sidecar in enumerate((whole[:10], whole[:60], whole[:340],
+                                          apple_double(bytes(300)) + b"rest")):
+            self.write("mac%d/Acme.ttf" % number, sfnt.font("Acme"))
+            self.write("mac%d/._Acme.ttf" % number, sidecar)
+            copies = "copies%d" % number
+            for outcome in ("copied", "same"):
+                out, _ = self.run_program("import", "--format", "csv", "mac%d" % number,
+                                          "--to", copies)
+                self.assertIn("\n%s,mac" % outcome, out.replace("\r", ""))
+            found = [os.path.join(folder, name) for folder, _, names in os.walk(self.path(copies))
+                     for name in names if name.startswith("._")]
+            self.assertEqual(len(found), 1)
+            with open(found[0], "rb") as copy:
+                self.assertEqual(copy.read(), sidecar)
+
+    def told(self, file, reason, fault=""):
+        """A scan of the file tells that reason, and only it."""
+        self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT=fault)
+        _, err = self.run_program("scan", "--format", "csv", file, status=1)
+        del self.environment["LD_PRELOAD"], self.environment["OXPARSER_FAULT"]
+        complaints = [line for line in err.splitlines() if file in line]
+        self.assertEqual([line.split(": ", 2)[2] for line in complaints], [reason], (fault, err))
 
     def test_short_and_interrupted_reads_change_nothing(self):
         for action in ("short", "interrupted"):
@@ -149,6 +238,30 @@ class FaultTest(ProgramTest):
             self.skipTest("the program is out of an ordinary user's reach")
         self.unharmed(files, "victim.ttf")
         self.assertEqual(files["victim.ttf"][0][0], [("error", -1003)])
+
+    def test_a_thread_that_cannot_be_made_ends_the_scan_in_order(self):
+        # The program's own, the walk's, the two of the parsing side, then the helpers.
+        for number in range(1, 5):
+            self.environment.update(LD_PRELOAD=FAULTS, OXPARSER_FAULT="thread EAGAIN %d" % number)
+            out, err = self.run_program("scan", "--format", "jsonl", "fonts", status=1)
+            self.assertEqual(out, "", number)
+            self.assertIn("Resource temporarily unavailable", err, number)
+        for number in range(5, 9):
+            self.assertEqual(self.scan("thread EAGAIN %d" % number), self.good, number)
+
+    def test_no_more_than_the_largest_file_is_in_memory(self):
+        largest = 21_000_000
+        for name in FONTS:
+            if name.endswith(("ttf", "otf", "ttc", "pfb")):
+                os.truncate(self.path("fonts", name + ".d", name), largest)
+        # A process of its own, since what a starting process takes counts, too.
+        measure = ("import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True);"
+                   "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, file=sys.stderr)")
+        process = subprocess.run([sys.executable, "-c", measure, PROGRAM, "scan", "fonts"],
+                                 cwd=self.folder, env=self.environment, capture_output=True,
+                                 timeout=120, check=True)
+        peak = int(process.stderr.split()[-1]) * 1024
+        self.assertLessEqual(peak, largest + (24 << 20))
 
     def test_a_process_without_descriptors_ends_in_order(self):
         for most in list(range(4, 13)) + [64]:

@@ -7,8 +7,9 @@ import re
 import sys
 
 # Lowest first. The parsers' folders stand side by side, but the Mac formats use the other two.
-FLOORS = ["Base", "Record", "ResourceFork", "Parsers", "Parsers/Sfnt", "Parsers/Type1",
-          "Parsers/Mac", "Pipeline", "Import"]
+FLOORS = ["Base", "Record", "ResourceFork/Containers", "ResourceFork/Files", "ResourceFork/Places",
+          "ResourceFork", "Parsers", "Parsers/Sfnt", "Parsers/Type1", "Parsers/Mac", "Pipeline",
+          "Import"]
 APART = {("Parsers/Type1", "Parsers/Sfnt")}
 
 

@@ -1,6 +1,8 @@
 #include "UnitTest.h"
 
+#include <algorithm>
 #include <exception>
+#include <fstream>
 
 FontList taken(FontList* list) {
     const std::unique_ptr<FontList> owned(list);
@@ -40,24 +42,42 @@ std::string textOfException(const std::function<void()>& failing) {
     return "";
 }
 
-void forEachCut(const Bytes& bytes, const std::function<void(const Bytes&)>& use,
-                std::size_t step) {
-    for (std::size_t size = 0; size < bytes.size(); size += step) {
-        SCOPED_TRACE("cut to " + std::to_string(size));
-        use(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
-    }
-}
+namespace {
 
-void forEachFlip(const Bytes& bytes, std::initializer_list<unsigned> flips,
-                 const std::function<void(const Bytes&)>& use) {
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        SCOPED_TRACE("flipped at " + std::to_string(i));
-        for (const unsigned flip : flips) {
-            Bytes flipped = bytes;
-            flipped[i] = static_cast<std::uint8_t>(flipped[i] ^ flip);
-            use(flipped);
+std::string unescaped(const std::string& field) {
+    std::string text;
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        if (field[i] != '\\') {
+            text += field[i];
+        } else if (field.at(++i) == 'x') {
+            text += static_cast<char>(std::stoi(field.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            const std::string_view kNames = "rnt\\";
+            text += "\r\n\t\\"[kNames.find(field[i])];
         }
     }
+    return text;
+}
+
+}  // namespace
+
+std::vector<Lines> rowsOf(const std::string& table) {
+    std::ifstream file(OXPARSER_TEST_DATA "/" + table);
+    std::vector<Lines> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with('#')) {
+            continue;
+        }
+        Lines& row = rows.emplace_back();
+        for (std::size_t at = 0; at <= line.size();) {
+            const std::size_t end = std::min(line.find('\t', at), line.size());
+            row.push_back(unescaped(line.substr(at, end - at)));
+            at = end + 1;
+        }
+    }
+    EXPECT_THAT(rows, testing::Not(IsEmpty())) << table;
+    return rows;
 }
 
 OxFont parseMemory(OxParserTrueTypeImp& parser, const Bytes& bytes, OxFont start) {

@@ -39,12 +39,9 @@ std::string failedWith(int error);
 /// What `failing` throws says so; empty when it throws nothing.
 std::string textOfException(const std::function<void()>& failing);
 
-/// Calls `use` with each piece from the front of `bytes`, from the empty one on in such steps.
-void forEachCut(const Bytes& bytes, const std::function<void(const Bytes&)>& use,
-                std::size_t step = 1);
-/// Calls `use` with the bytes and one of them flipped, for each byte and each flip.
-void forEachFlip(const Bytes& bytes, std::initializer_list<unsigned> flips,
-                 const std::function<void(const Bytes&)>& use);
+/// The rows of a table in Tests/Data: fields between tabs, "\xNN", "\r", "\n", "\t" and "\\" for
+/// bytes; lines that begin with "#" say what the columns are.
+std::vector<Lines> rowsOf(const std::string& table);
 
 /// Runs the in-memory entry, which reads 'kern', on a font's bytes.
 OxFont parseMemory(OxParserTrueTypeImp& parser, const Bytes& bytes, OxFont start = OxFont());

@@ -48,17 +48,18 @@ Interruption::~Interruption() {
     ::close(wakeUp_);
 }
 
-void Interruption::attach(std::function<void()> cancel) {
-    const std::lock_guard lock(mutex_);
-    cancel_ = std::move(cancel);
-    if (requested_) {
-        wake();
+Interruption::Attachment::Attachment(Interruption& interruption, std::function<void()> cancel)
+    : interruption_(interruption) {
+    const std::lock_guard lock(interruption_.mutex_);
+    interruption_.cancel_ = std::move(cancel);
+    if (interruption_.requested_) {
+        interruption_.wake();
     }
 }
 
-void Interruption::detach() {
-    const std::lock_guard lock(mutex_);
-    cancel_ = nullptr;
+Interruption::Attachment::~Attachment() {
+    const std::lock_guard lock(interruption_.mutex_);
+    interruption_.cancel_ = nullptr;
 }
 
 void Interruption::request() {

@@ -20,12 +20,19 @@ class Interruption {
     Interruption& operator=(const Interruption&) = delete;
     ~Interruption();
 
-    /// From now on `cancel` ends what is running; it is called on this object's thread, again and
-    /// again until `detach`: a coordinator forgets a cancellation that comes just while it starts
-    /// its threads. It is called at once when an interruption came before.
-    void attach(std::function<void()> cancel);
-    /// After this has returned, the function is not called any more.
-    void detach();
+    /// While it lives, `cancel` ends what is running; it is called on the interruption's thread,
+    /// again and again: a coordinator forgets a cancellation that comes just while it starts its
+    /// threads. It is called at once when an interruption came before. One at a time.
+    class Attachment {
+      public:
+        Attachment(Interruption& interruption, std::function<void()> cancel);
+        Attachment(const Attachment&) = delete;
+        Attachment& operator=(const Attachment&) = delete;
+        ~Attachment();
+
+      private:
+        Interruption& interruption_;
+    };
 
     /// Asks for the same from any thread, callbacks of the coordinator included.
     void request();

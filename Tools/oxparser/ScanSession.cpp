@@ -56,11 +56,12 @@ ScanSession::ScanSession(const Options& options, Output& output, Console& consol
 void ScanSession::run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
                       const ResultMaker& makeResult) {
     connect(parser, makeResult);
-    interruption_.attach([&parser] { parser.cancel(); });
-    if (!interruption_.requested() && walk(start)) {
-        writeUntilComplete(parser, writer);
+    {
+        const Interruption::Attachment attachment(interruption_, [&parser] { parser.cancel(); });
+        if (!interruption_.requested() && walk(start)) {
+            writeUntilComplete(parser, writer);
+        }
     }
-    interruption_.detach();
     // A cancellation during the walk is not told to the font completion callbacks.
     summary_.cancelled = cancelled_ || interruption_.requested();
     summary_.filesParsed = std::max(0, parser.filesParsed());
@@ -92,6 +93,10 @@ void ScanSession::connect(OxParser& parser, const ResultMaker& makeResult) {
     parser.walkErrorCallbacks.push_back(
         [this](const boost::filesystem::path& path, const boost::system::error_code& error) {
             console_.complain("cannot read " + pathText(path.native()) + ": " + error.message());
+        });
+    parser.fileErrorCallbacks.push_back(
+        [this](const boost::filesystem::path& path, const std::string& reason) {
+            console_.complain(pathText(path.native()) + ": " + reason);
         });
     const auto noteCancelled = [this](bool cancelled) {
         if (cancelled) {

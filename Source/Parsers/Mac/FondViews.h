@@ -29,7 +29,7 @@ struct AsscEntry {
 };
 
 /// A font family record.
-class FondView {
+class OXPARSER_EXPORT FondView {
   public:
     explicit FondView(ByteView bytes) : fond_(bytes) {}
 

@@ -13,6 +13,6 @@ OutlineRecords::Result OutlineRecords::of(Handle fond, const AsscEntry& entry) {
     }
     OxParserTrueTypeMacImp parser;
     std::unique_ptr<boost::ptr_vector<OxFont>> fonts(parser.parseFont(file_, fond, &entry, mode_));
-    budget_.addWork(parser.bytesWorked());
+    work_.addWork(parser.bytesWorked());
     return {*known_.emplace(key, std::move(fonts)).first->second, true};
 }

@@ -10,7 +10,7 @@
 #include "FondViews.h"
 #include "OxFont.h"
 #include "ResourceManager.h"
-#include "SuitcaseBudget.h"
+#include "WorkBudget.h"
 
 /// The records of outline entries, made once for each resource.
 ///
@@ -24,9 +24,9 @@ class OutlineRecords {
         bool isNew;  ///< not answered before
     };
 
-    /// Work is counted on `budget`, which outlives the object.
-    OutlineRecords(const boost::filesystem::path& file, int mode, SuitcaseBudget& budget)
-        : file_(file), mode_(mode), budget_(budget) {}
+    /// Work is counted on `work`, which outlives the object.
+    OutlineRecords(const boost::filesystem::path& file, int mode, SuitcaseWork& work)
+        : file_(file), mode_(mode), work_(work) {}
 
     Result of(Handle fond, const AsscEntry& entry);
 
@@ -37,6 +37,6 @@ class OutlineRecords {
 
     const boost::filesystem::path& file_;
     const int mode_;
-    SuitcaseBudget& budget_;
+    SuitcaseWork& work_;
     std::map<Key, std::unique_ptr<boost::ptr_vector<OxFont>>> known_;
 };

@@ -3,15 +3,15 @@
 #include <boost/thread/lock_guard.hpp>
 #include <exception>
 #include <memory>
+#include <new>
 
-#include "CollectionBudget.h"
 #include "Log.h"
 #include "MacResourceTypes.h"
 #include "OutlineRecords.h"
 #include "OxFontUtilitiesMac.h"
 #include "ParserSupport.h"
 #include "ResourceFileSession.h"
-#include "SuitcaseBudget.h"
+#include "WorkBudget.h"
 
 namespace {
 
@@ -29,16 +29,16 @@ const LogChannel& log() {
 class OxParserDfontImp::Walk {
   public:
     Walk(OxParserDfontImp& parser, const fs::path& file, FontList& fonts)
-        : parser_(parser), file_(file), fonts_(fonts), outlines_(file, kDfontMode, budget_) {}
+        : parser_(parser), file_(file), fonts_(fonts), outlines_(file, eDfontMode, work_) {}
 
     void run() {
         const int count = Count1Resources(kFondType);
-        for (int i = 1; i <= count && !budget_.isExhausted(); ++i) {
+        for (int i = 1; i <= count && !work_.isExhausted(); ++i) {
             readFamily(static_cast<std::int16_t>(i));
         }
-        if (budget_.isExhausted() && !fonts_.empty()) {
-            log().error(CollectionBudget::kTooEntangled);
-            fonts_.back().addDiagnostic(eError, 0, CollectionBudget::kTooEntangled);
+        if (work_.isExhausted() && !fonts_.empty()) {
+            log().error(kTooEntangled);
+            fonts_.back().addDiagnostic(eError, 0, kTooEntangled);
         }
     }
 
@@ -62,7 +62,7 @@ class OxParserDfontImp::Walk {
 
     void readEntries(Handle fond, OxFont& record) {
         for (const AsscEntry& entry : FondView(handleBytes(fond)).entries()) {
-            if (budget_.isExhausted()) {
+            if (work_.isExhausted()) {
                 return;
             }
             if (parser_.validateAssoc(record, &entry)) {
@@ -74,8 +74,8 @@ class OxParserDfontImp::Walk {
     void addFonts(const FontList& fonts) {
         for (const OxFont& font : fonts) {
             fonts_.push_back(new OxFont(font));
-            budget_.addKept(font);
-            if (budget_.isExhausted()) {
+            work_.addKept(font);
+            if (work_.isExhausted()) {
                 return;
             }
         }
@@ -84,7 +84,7 @@ class OxParserDfontImp::Walk {
     OxParserDfontImp& parser_;
     const fs::path& file_;
     FontList& fonts_;
-    SuitcaseBudget budget_;
+    SuitcaseWork work_;
     OutlineRecords outlines_;
 };
 
@@ -110,8 +110,17 @@ FontList* OxParserDfontImp::validate(const fs::path& file) {
     try {
         openFile(file);
         Walk(*this, file, *fonts).run();
+    } catch (const ForkError& error) {
+        log().error(error.what());
+        reportFileError(file, error.trouble().reason);
+    } catch (const std::bad_alloc& error) {
+        log().error(error.what());
+        reportFileError(file, "memory does not suffice");
     } catch (const std::exception& error) {
         log().error(error.what());
+        if (fonts->empty()) {
+            reportFileError(file, error.what());
+        }
     }
     return fonts.release();
 }
@@ -119,7 +128,7 @@ FontList* OxParserDfontImp::validate(const fs::path& file) {
 FontList* OxParserDfontImp::parseFont(const fs::path& file, char** fondHandle,
                                       const AsscEntry* entry) {
     OxParserTrueTypeMacImp parser;
-    return parser.parseFont(file, fondHandle, entry, kDfontMode);
+    return parser.parseFont(file, fondHandle, entry, eDfontMode);
 }
 
 void OxParserDfontImp::openFile(const fs::path& file) {

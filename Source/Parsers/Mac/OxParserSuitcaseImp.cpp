@@ -6,7 +6,6 @@
 #include <new>
 #include <stdexcept>
 
-#include "CollectionBudget.h"
 #include "FileBytes.h"
 #include "FontTypes.h"
 #include "Log.h"
@@ -17,8 +16,8 @@
 #include "OxParserTrueTypeMacImp.h"
 #include "ResourceFileSession.h"
 #include "ResourceManager.h"
-#include "SuitcaseBudget.h"
 #include "UniqueFonts.h"
+#include "WorkBudget.h"
 
 namespace {
 
@@ -37,7 +36,7 @@ const LogChannel& log() {
 class SuitcaseWalk {
   public:
     SuitcaseWalk(const fs::path& file, FontList& fonts)
-        : file_(file), unique_(fonts), outlines_(file, kSuitcaseMode, budget_) {}
+        : file_(file), unique_(fonts), outlines_(file, eSuitcaseMode, work_) {}
 
     void readFamily(std::int16_t index) {
         auto damaged = std::make_unique<OxFont>();
@@ -61,8 +60,8 @@ class SuitcaseWalk {
   private:
     void readEntries(Handle fond) {
         for (const AsscEntry& entry : FondView(handleBytes(fond)).entries()) {
-            if (budget_.isExhausted()) {
-                throw std::runtime_error(CollectionBudget::kTooEntangled);
+            if (work_.isExhausted()) {
+                throw std::runtime_error(kTooEntangled);
             }
             readEntry(fond, entry);
         }
@@ -71,8 +70,8 @@ class SuitcaseWalk {
     void readEntry(Handle fond, const AsscEntry& entry) {
         if (entry.fontSize > 0) {
             const std::unique_ptr<FontList> fonts(
-                postscript_.parseFont(file_, fond, &entry, kSuitcaseMode));
-            budget_.addStrike(fonts->front());
+                postscript_.parseFont(file_, fond, &entry, eSuitcaseMode));
+            work_.addStrike(fonts->front());
             add(*fonts);
         } else if (const auto outline = outlines_.of(fond, entry); outline.isNew) {
             add(outline.fonts);  // later the same records would all be found to be known
@@ -82,14 +81,14 @@ class SuitcaseWalk {
     void add(const FontList& fonts) {
         for (const OxFont& font : fonts) {
             if (unique_.add(font)) {
-                budget_.addKept(font);
+                work_.addKept(font);
             }
         }
     }
 
     const fs::path& file_;
     UniqueFonts unique_;
-    SuitcaseBudget budget_;
+    SuitcaseWork work_;
     OutlineRecords outlines_;
     OxParserPostscriptImp postscript_;
 };
@@ -123,10 +122,15 @@ FontList* OxParserSuitcaseImp::validate(const fs::path& file) {
     auto fonts = std::make_unique<FontList>();
     const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
     std::string failure;
+    std::string reason;
     try {
         walk(file, *fonts);
     } catch (const std::bad_alloc&) {
         failure = kTooLargeText;
+        reason = "memory does not suffice";
+    } catch (const ForkError& error) {
+        failure = error.what();
+        reason = error.trouble().reason;
     } catch (const std::exception& error) {
         failure = error.what();
     }
@@ -134,15 +138,24 @@ FontList* OxParserSuitcaseImp::validate(const fs::path& file) {
         log().error(failure);
         if (!fonts->empty()) {
             fonts->back().addDiagnostic(eError, 0, failure);
+        } else {
+            reportFileError(file, reason.empty() ? failure : reason);
         }
     }
     return fonts.release();
+}
+
+void OxParserSuitcaseImp::reportTrouble(const fs::path& file) const {
+    if (const ForkTrouble trouble = LastForkTrouble()) {
+        reportFileError(file, trouble.reason);
+    }
 }
 
 void OxParserSuitcaseImp::walk(const fs::path& file, FontList& fonts) {
     const FSRef reference = referenceTo(file);
     ResourceFileSession session;
     session.open(reference, FSGetResourceForkName);
+    reportTrouble(file);
     SuitcaseWalk families(file, fonts);
     const int count = Count1Resources(kFondType);
     for (int i = 1; i <= count; ++i) {
@@ -163,9 +176,13 @@ bool OxParserSuitcaseImp::isSuitcase(const char* path) {
         FSRefParam block;
         block.ref = &file;
         block.catInfo = &info;
-        return PBGetCatalogInfoSync(&block) == noErr &&
-               std::find(std::begin(kSuitcaseTypes), std::end(kSuitcaseTypes), info.fileType()) !=
-                   std::end(kSuitcaseTypes);
+        const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
+        const std::int16_t status = PBGetCatalogInfoSync(&block);
+        if (status != fnfErr) {
+            reportTrouble(path);
+        }
+        return status == noErr && std::find(std::begin(kSuitcaseTypes), std::end(kSuitcaseTypes),
+                                            info.fileType()) != std::end(kSuitcaseTypes);
     } catch (const std::exception& error) {
         log().error(error.what());
         return false;

@@ -49,5 +49,7 @@ class OXPARSER_EXPORT OxParserSuitcaseImp : public OxParserImp {
     /// @}
 
   private:
+    /// Reports what the last look at the file could not see into.
+    void reportTrouble(const boost::filesystem::path& file) const;
     void walk(const boost::filesystem::path& file, FontList& fonts);
 };

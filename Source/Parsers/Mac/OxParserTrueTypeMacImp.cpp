@@ -4,10 +4,10 @@
 #include <memory>
 #include <vector>
 
-#include "CollectionBudget.h"
 #include "MacResourceTypes.h"
 #include "OxFontUtilitiesMac.h"
 #include "ParserSupport.h"
+#include "SfntFile.h"
 
 namespace {
 
@@ -16,10 +16,6 @@ using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kMissing[] = "Missing sfnt resource";
 constexpr std::uint64_t kCollectionHeaderSize = 12;
-
-constexpr std::uint64_t kSumsPerDigest = 8;  // a byte is summed that much faster than digested
-constexpr std::uint64_t kStepWork = 256;     // bytes digested while a 'kern' subtable is looked at
-constexpr std::uint64_t kNameWork = 64;      // and while a name record is
 
 void setFileAttributes(OxFont& font, const fs::path& file) {
     font.setAttribute(ePlatform, "Macintosh");
@@ -32,10 +28,14 @@ OxParserTrueTypeMacImp::OxParserTrueTypeMacImp() : OxParserTrueTypeImp(0) {}
 
 OxParserTrueTypeMacImp::~OxParserTrueTypeMacImp() = default;
 
+bool OxParserTrueTypeMacImp::readsWhole(const fs::path& /*file*/) const {
+    return false;
+}
+
 FontList* OxParserTrueTypeMacImp::parseFont(const fs::path& file, char** /*fondHandle*/,
                                             const AsscEntry* entry, int mode) {
     auto fonts = std::make_unique<FontList>();
-    if (mode != kSuitcaseMode && mode != kDfontMode) {
+    if (mode != eSuitcaseMode && mode != eDfontMode) {
         return fonts.release();
     }
     OxFont scratch;  // what the check finds is not reported twice
@@ -53,9 +53,9 @@ FontList* OxParserTrueTypeMacImp::parseFont(const fs::path& file, char** /*fondH
 }
 
 void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, FontList& fonts) {
-    beginCounting();
+    SfntWork& work = reading_->work;
+    work = {};
     std::uint64_t bytesDigested = 0;
-    const CollectionBudget budget{sfnt.size()};
     const ZeroPaddedView header(sfnt);
     const bool isCollection = header.u32be(0) == fourCharCode("ttcf");
     const std::uint32_t count = isCollection ? header.u32be(8) : 1;
@@ -69,9 +69,8 @@ void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, Fo
         if (16u * sfnt.u16be(place + 4) + 12u > sfnt.size()) {
             continue;
         }
-        if (!fonts.empty() &&
-            !budget.allowsMore(fonts.size(), tableBytesSummed_, bytesDigested, walks_)) {
-            CollectionBudget::report(fonts.back());
+        if (!fonts.empty() && !work.allowsMember(sfnt.size(), fonts.size(), bytesDigested)) {
+            reportTooEntangled(fonts.back());
             break;
         }
         const std::string_view rest = sfnt.from(place).text();
@@ -81,13 +80,12 @@ void OxParserTrueTypeMacImp::readMembers(const fs::path& file, ByteView sfnt, Fo
         OxFont font;
         setFileAttributes(font, file);
         const std::unique_ptr<FontList> members(
-            validateImage(font, reinterpret_cast<ttf::tagFontDirectory&>(*image.data()),
-                          static_cast<std::uint32_t>(image.size())));
+            readSfntMemory(*reading_, font, reinterpret_cast<ttf::tagFontDirectory&>(*image.data()),
+                           static_cast<std::uint32_t>(image.size())));
         fonts.transfer(fonts.end(), *members);
         bytesDigested += image.size();
     }
-    bytesWorked_ += bytesDigested + tableBytesSummed_ / kSumsPerDigest + walks_.steps * kStepWork +
-                    walks_.names * kNameWork;
+    bytesWorked_ += bytesDigested + work.cost();
 }
 
 bool OxParserTrueTypeMacImp::validateAssoc(OxFont& font, const AsscEntry* entry) {

@@ -9,8 +9,8 @@
 
 /// Where an association entry comes from.
 enum AssociationMode : int {
-    kSuitcaseMode = 1,
-    kDfontMode = 4,
+    eSuitcaseMode = 1,
+    eDfontMode = 4,
 };
 
 /// Turns one outline entry of a family into records: the 'sfnt' resource that it names, read as a
@@ -21,6 +21,8 @@ class OXPARSER_EXPORT OxParserTrueTypeMacImp : public OxParserTrueTypeImp {
     OxParserTrueTypeMacImp();
     ~OxParserTrueTypeMacImp() override;
 
+    /// False: resources are read through the resource manager.
+    bool readsWhole(const boost::filesystem::path& file) const override;
     /// A new list, owned by the caller; empty for a mode that is none of AssociationMode. A missing
     /// or small resource makes one record that says so.
     ///

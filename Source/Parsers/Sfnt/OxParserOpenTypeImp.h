@@ -14,6 +14,7 @@ class OXPARSER_EXPORT OxParserOpenTypeImp : public OxParserTrueTypeImp {
 
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
 
     using OxParserTrueTypeImp::validate;
     boost::ptr_vector<OxFont>* validate(const boost::filesystem::path& file) override;
@@ -22,10 +23,5 @@ class OXPARSER_EXPORT OxParserOpenTypeImp : public OxParserTrueTypeImp {
     /// A real 'CFF ' table never gets here: the walk asks for the lower-case tag, deliberately.
     bool parseCompactFontFormatTable(const ttf::tagTableDirectory* record, OxFont& font);
     /// The names read from the current file's CFF table.
-    const std::vector<std::string>& fontNames() const { return fontNames_; }
-
-  private:
-    bool readNameIndex(const ttf::tagTableDirectory& record, OxFont& font);
-
-    std::vector<std::string> fontNames_;
+    const std::vector<std::string>& fontNames() const;
 };

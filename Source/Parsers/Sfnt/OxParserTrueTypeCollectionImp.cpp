@@ -1,12 +1,13 @@
 #include "OxParserTrueTypeCollectionImp.h"
 
+#include <array>
 #include <exception>
+#include <memory>
 #include <new>
 
-#include "CollectionBudget.h"
 #include "Log.h"
 #include "ParserSupport.h"
-#include "SfntTables.h"
+#include "SfntFile.h"
 
 namespace {
 
@@ -14,6 +15,7 @@ namespace fs = boost::filesystem;
 using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kCategory[] = "OxParserTrueTypeCollectionImp";
+constexpr char kExtension[] = ".TTC";
 constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::TTC};
 
 constexpr std::uint64_t kHeaderSize = 12;
@@ -54,7 +56,11 @@ FontList* OxParserTrueTypeCollectionImp::parseFontFile(fs::path file) {
 }
 
 bool OxParserTrueTypeCollectionImp::inspectFont(fs::path file) {
-    return hasExtension(file, ".TTC");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserTrueTypeCollectionImp::readsWhole(const fs::path& file) const {
+    return hasExtension(file, kExtension);
 }
 
 FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
@@ -73,8 +79,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             reportTooLarge(fonts->back(), file, log);
             return fonts.release();
         }
-        beginCounting();
-        const CollectionBudget budget{*source.size};
+        reading_->work = {};
         // Offsets past the end of the file are not read, so the count needs no other bound.
         const std::uint64_t count = source.u32(8);
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -84,8 +89,8 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             }
             // The file's own digest is taken once.
             if (!fonts->empty() &&
-                !budget.allowsMore(fonts->size(), tableBytesSummed_, budget.size, walks_)) {
-                CollectionBudget::report(fonts->back());
+                !reading_->work.allowsMember(*source.size, fonts->size(), *source.size)) {
+                reportTooEntangled(fonts->back());
                 break;
             }
             const auto offset = static_cast<std::int32_t>(source.u32(entry));
@@ -102,7 +107,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file, std::int
     auto fonts = std::make_unique<FontList>();
     fonts->push_back(new OxFont);
     Source source(file);
-    beginCounting();
+    reading_->work = {};
     validateMember(source, offset, fonts->back());
     return fonts.release();
 }
@@ -122,30 +127,29 @@ void OxParserTrueTypeCollectionImp::validateMember(Source& source, std::int32_t 
                                               start.size()) < start.size()) {
             start.fill(0);
         }
-        const ByteView offsetTable(start.data(), start.size());
-        if (offsetTable.u32be(0) != kTrueTypeVersion) {
+        const ttf::tagFontDirectory offsetTable =
+            readOffsetTable(ByteView(start.data(), start.size()));
+        if (offsetTable.version != kTrueTypeVersion) {
             font.addDiagnostic(eError, 0, "True type collection must have Windows scalar type");
             return;
         }
         if (source.loaded) {
-            font.setAttribute(eFingerprint, fileDigest_);
+            font.setAttribute(eFingerprint, reading_->fileDigest);
         } else {
-            readImage(source.bytes, font);
+            readImage(*reading_, source.bytes, font);
             source.loaded = true;
-            image_.beginSharing();
+            reading_->image.beginSharing();
         }
-        const std::uint16_t tables = offsetTable.u16be(4);
-        if (tables > kMostTables) {
-            font.addDiagnostic(eError, 11001);
-            return;
+        const std::uint64_t directory = static_cast<std::uint64_t>(offset) + kOffsetTableSize;
+        if (walkDirectory(*reading_, font, directory, offsetTable.numTables, kFormat)) {
+            finish(font, kFormat);
         }
-        walkDirectory(font, static_cast<std::uint64_t>(offset) + kOffsetTableSize, tables, kFormat);
-        resolveFoundry(font);
-        font.setFontType(kFormat.finalFontType);
+    } catch (const FileTooLarge&) {
+        reportTooLarge(font, source.path, log);
     } catch (const std::bad_alloc&) {
         reportTooLarge(font, source.path, log);
     } catch (const std::exception& error) {
         log.error(error.what());
     }
-    image_.undo();
+    reading_->image.undo();
 }

@@ -17,6 +17,7 @@ class OXPARSER_EXPORT OxParserTrueTypeCollectionImp : public OxParserTrueTypeImp
 
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
 
     using OxParserTrueTypeImp::validate;
     boost::ptr_vector<OxFont>* validate(const boost::filesystem::path& file) override;

@@ -1,26 +1,17 @@
 #pragma once
 
-#include <array>
 #include <boost/filesystem/path.hpp>
 #include <boost/ptr_container/ptr_vector.hpp>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "Export.h"
-#include "FileBytes.h"
 #include "OxFont.h"
 #include "OxParserImp.h"
-#include "SfntImage.h"
 #include "TtfRecords.h"
-#include "WalkBudget.h"
 
-class LogChannel;
-struct SfntFormat;
-struct SfntTable;
+struct SfntReading;
 
 /// Reads TrueType files (".TTF"), one record each, and is the base of every parser of sfnt data.
 ///
@@ -36,6 +27,8 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
 
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     bool diagnoseFont(boost::filesystem::path file) override;
     bool repairFont(boost::filesystem::path file) override;
 
@@ -85,69 +78,6 @@ class OXPARSER_EXPORT OxParserTrueTypeImp : public OxParserImp {
                                       const unsigned char* storage);
 
   protected:
-    /// A table reader's work behind the checksum comparison.
-    using TableBody = bool (OxParserTrueTypeImp::*)(const ttf::tagTableDirectory&, OxFont&);
-
-    /// Reads a whole file as the format says: one record, or the members' work is left to the
-    /// collection parser. `directory` receives the offset table when given.
-    boost::ptr_vector<OxFont>* validateFile(const boost::filesystem::path& file,
-                                            const SfntFormat& format,
-                                            ttf::tagFontDirectory* directory = nullptr);
-    /// Whether a file of this size can be read as a font; what speaks against it is reported on the
-    /// font, nothing standing for a status that cannot be told.
-    static bool hasReadableSize(const boost::filesystem::path& file,
-                                const std::optional<std::uint64_t>& size, OxFont& font,
-                                const LogChannel& log);
-    /// validate(font, image, length) without beginCounting().
-    boost::ptr_vector<OxFont>* validateImage(OxFont& font, ttf::tagFontDirectory& image,
-                                             std::uint32_t length);
-    /// What counts towards budgets starts at zero: another file or resource begins.
-    void beginCounting();
-    /// Reads the opened file into the image and sets the fingerprint. Throws std::bad_alloc, with
-    /// no image, for a file that is too large or that memory does not suffice for.
-    void readImage(FileBytes& file, OxFont& font);
-    /// Walks `count` records of the table directory at `start`, reading every table that the
-    /// format reads, until walks_ is used up.
-    void walkDirectory(OxFont& font, std::uint64_t start, unsigned count, const SfntFormat& format);
-    /// "Foundry" from the record's copyright text; "Unknown" when that leaves it empty.
-    static void resolveFoundry(OxFont& font);
-
-    /// Runs a table reader: checksum comparison, then `body`; what it throws is reported.
-    bool readTable(const SfntTable& table, const ttf::tagTableDirectory* record, OxFont& font,
-                   TableBody body);
-
-    SfntImage image_;
-    const int platformId_;
-    std::uint16_t glyphCount_ = 0;  // kept from font to font, deliberately: 'kern' may come first
-    bool italic_ = false;           // bit 0 of fsSelection of the last 'OS/2' table read
-    ByteBuffer fileBuffer_;
-    std::string fileDigest_;
-    std::uint64_t tableBytesSummed_ = 0;  // what checksums were asked for since beginCounting()
-    WalkBudget walks_;                    // since then, too
-
-  private:
-    /// Bytes that passes over one place have changed, by offset, as they were before.
-    using ChangedBytes = std::map<std::uint64_t, std::uint8_t>;
-    using AcceptedNames = std::array<std::optional<ttf::tagNameRecord>, 8>;
-
-    void readFile(const boost::filesystem::path& file, const SfntFormat& format,
-                  ttf::tagFontDirectory* directory, OxFont& font);
-    bool checksumOnly(const ttf::tagTableDirectory& record, OxFont& font);
-    bool readFontHeader(const ttf::tagTableDirectory& record, OxFont& font);
-    bool readMaximumProfile(const ttf::tagTableDirectory& record, OxFont& font);
-    bool readOS2(const ttf::tagTableDirectory& record, OxFont& font);
-    bool readNames(const ttf::tagTableDirectory& record, OxFont& font);
-    bool readKerning(const ttf::tagTableDirectory& record, OxFont& font);
-
-    bool readDirectoryRecord(std::uint64_t position, ttf::tagTableDirectory& record);
-    void walkTable(const ttf::tagTableDirectory& record, OxFont& font, const SfntFormat& format);
-    void compareChecksum(const SfntTable& table, const ttf::tagTableDirectory& record,
-                         OxFont& font);
-    bool acceptsName(const ttf::tagNameRecord& name) const;
-    bool collectNames(std::uint64_t table, unsigned count, std::uint64_t storage,
-                      AcceptedNames& accepted);
-    void setNames(const AcceptedNames& names, std::uint64_t storage, OxFont& font);
-    void setVendorFoundry(std::uint64_t table, OxFont& font);
-    std::uint64_t readKerningPairs(std::uint64_t subtable, OxFont& font);
-    std::uint64_t readKerningClasses(std::uint64_t subtable, ChangedBytes& changed);
+    /// What the parser works on and keeps from font to font; the library's own.
+    const std::unique_ptr<SfntReading> reading_;
 };

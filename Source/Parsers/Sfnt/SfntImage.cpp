@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <functional>
 #include <iterator>
 
 namespace {
@@ -57,6 +58,16 @@ void SfntImage::forget() {
     conversions_.clear();
     converted_.clear();
     sums_.clear();
+}
+
+std::optional<std::uint64_t> SfntImage::placeOf(const void* p) const {
+    const ByteView image = view();
+    const auto* byte = static_cast<const std::uint8_t*>(p);
+    const std::less<> before;
+    if (image.empty() || before(byte, image.data()) || !before(byte, image.data() + image.size())) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(byte - image.data());
 }
 
 std::uint16_t SfntImage::take16(std::uint64_t offset, const char* field) {

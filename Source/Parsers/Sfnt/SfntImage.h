@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,8 @@ class SfntImage {
     void forget();
 
     ByteView view() const { return bytes_.view(); }
+    /// Where in the image `p` points; nothing when it points elsewhere.
+    std::optional<std::uint64_t> placeOf(const void* p) const;
 
     /// Converts a value in place; converted values are read through view() as little-endian.
     void convert16(std::uint64_t offset, const char* field) { convert(offset, 2, field); }

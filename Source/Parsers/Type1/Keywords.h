@@ -29,5 +29,5 @@ OXPARSER_EXPORT extern const SymbolMapping kPS3Symbols[3];
 ///
 /// The search is a binary one. The FontInfo table is not sorted, and so its "/fullname" is never
 /// found; callers that want that key look for it themselves.
-std::int32_t lookupSymbol(const std::string& token, const SymbolMapping* table, std::size_t count,
-                          std::size_t rowSize);
+OXPARSER_EXPORT std::int32_t lookupSymbol(const std::string& token, const SymbolMapping* table,
+                                          std::size_t count, std::size_t rowSize);

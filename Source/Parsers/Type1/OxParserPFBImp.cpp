@@ -1,11 +1,13 @@
 #include "OxParserPFBImp.h"
 
+#include "FileBytes.h"
 #include "Log.h"
 #include "ParserSupport.h"
 #include "PfbHeader.h"
 
 namespace {
 
+constexpr char kExtension[] = ".PFB";
 constexpr int kNoStatus = -1001;
 constexpr int kReadFailed = -1003;
 
@@ -31,7 +33,7 @@ const LogChannel& log() {
 
 }  // namespace
 
-OxParserPFBImp::OxParserPFBImp() = default;
+OxParserPFBImp::OxParserPFBImp() : buffer_(std::make_unique<ByteBuffer>()) {}
 OxParserPFBImp::~OxParserPFBImp() = default;
 
 boost::ptr_vector<OxFont>* OxParserPFBImp::parseFontFile(boost::filesystem::path file) {
@@ -40,7 +42,15 @@ boost::ptr_vector<OxFont>* OxParserPFBImp::parseFontFile(boost::filesystem::path
 }
 
 bool OxParserPFBImp::inspectFont(boost::filesystem::path file) {
-    return hasExtension(file, ".PFB");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserPFBImp::readsWhole(const boost::filesystem::path& file) const {
+    return hasExtension(file, kExtension);
+}
+
+void OxParserPFBImp::releaseMemory() {
+    buffer_->release();
 }
 
 bool OxParserPFBImp::diagnoseFont(boost::filesystem::path /*file*/) {
@@ -71,14 +81,14 @@ void OxParserPFBImp::readFont(const boost::filesystem::path& file, OxFont& font)
         return;
     }
     FileBytes bytes;
-    if (!readWhole(file, *size, bytes, buffer_, kPfbHeaderBufferSize)) {
+    if (!readWhole(file, *size, bytes, *buffer_, kPfbHeaderBufferSize)) {
         font.addDiagnostic(eError, kReadFailed);
         return;
     }
     font.setAttribute(eFingerprint, bytes.digest());
 
     PfbHeader header{};
-    ParsePFBHeader(reinterpret_cast<char*>(buffer_.data()), &header);
+    ParsePFBHeader(reinterpret_cast<char*>(buffer_->data()), &header);
     for (const HeaderAttribute& attribute : kHeaderAttributes) {
         font.setAttribute(attribute.key, header.*attribute.field);
     }

@@ -1,7 +1,10 @@
 #pragma once
 
-#include "FileBytes.h"
+#include <memory>
+
 #include "OxParserImp.h"
+
+class ByteBuffer;
 
 /// The parser of Type 1 font programs in PFB files: one record a file, with the names that the
 /// clear text at the program's head gives, a fingerprint over the whole file and the type "PFB".
@@ -16,6 +19,8 @@ class OXPARSER_EXPORT OxParserPFBImp : public OxParserImp {
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     /// True for the extension ".pfb" in any case.
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     /// Does nothing and returns true.
     bool diagnoseFont(boost::filesystem::path file) override;
     /// Does nothing and returns true.
@@ -28,5 +33,5 @@ class OXPARSER_EXPORT OxParserPFBImp : public OxParserImp {
   private:
     void readFont(const boost::filesystem::path& file, OxFont& font);
 
-    ByteBuffer buffer_;
+    const std::unique_ptr<ByteBuffer> buffer_;  // what a file is read into
 };

@@ -3,11 +3,13 @@
 #include <span>
 #include <string>
 
+#include "FileBytes.h"
 #include "Log.h"
 #include "ParserSupport.h"
 
 namespace {
 
+constexpr char kExtension[] = ".PFM";
 constexpr int kNoStatus = -1001;
 constexpr int kInvalidLength = 10000;
 constexpr std::uint64_t kLargestRefusedSize = 198;
@@ -22,10 +24,10 @@ static_assert(kMetricsOffset + kMetricsSize == kLargestRefusedSize + 1);
 
 constexpr std::uint64_t kItalicOffset = 80;
 
-enum class Width { k16, k32 };
+enum class Width { e16, e32 };
 
 // What is wrong with a value.
-enum class Fault { kIs, kIsNot, kExceeds, kExceedsFileSize };
+enum class Fault { eIs, eIsNot, eExceeds, eExceedsFileSize };
 
 struct FieldRule {
     std::uint32_t offset;  // from the start of its part
@@ -38,52 +40,52 @@ struct FieldRule {
 };
 
 constexpr FieldRule kHeaderRules[] = {
-    {0, Width::k16, Fault::kIsNot, 0x0100, eWarning, 15100, "header= "},
-    {2, Width::k32, Fault::kExceedsFileSize, 0, eWarning, 15105, "size= "},
-    {66, Width::k16, Fault::kIsNot, 0x0081, eWarning, 15106, "type= "},
-    {70, Width::k16, Fault::kIsNot, 300, eWarning, 15107, "vertical resolution= "},
-    {72, Width::k16, Fault::kIsNot, 300, eWarning, 15108, "horizontal resolution= "},
-    {99, Width::k16, Fault::kIsNot, 0, eNote, 15109, "width bytes= "},
-    {101, Width::k32, Fault::kIs, 0, eError, 15110, "device offset= "},
-    {101, Width::k32, Fault::kExceedsFileSize, 0, eError, 15111, "device offset= "},
-    {105, Width::k32, Fault::kIs, 0, eError, 15112, "face offset= "},
-    {105, Width::k32, Fault::kExceedsFileSize, 0, eError, 15113, "face offset= "},
+    {0, Width::e16, Fault::eIsNot, 0x0100, eWarning, 15100, "header= "},
+    {2, Width::e32, Fault::eExceedsFileSize, 0, eWarning, 15105, "size= "},
+    {66, Width::e16, Fault::eIsNot, 0x0081, eWarning, 15106, "type= "},
+    {70, Width::e16, Fault::eIsNot, 300, eWarning, 15107, "vertical resolution= "},
+    {72, Width::e16, Fault::eIsNot, 300, eWarning, 15108, "horizontal resolution= "},
+    {99, Width::e16, Fault::eIsNot, 0, eNote, 15109, "width bytes= "},
+    {101, Width::e32, Fault::eIs, 0, eError, 15110, "device offset= "},
+    {101, Width::e32, Fault::eExceedsFileSize, 0, eError, 15111, "device offset= "},
+    {105, Width::e32, Fault::eIs, 0, eError, 15112, "face offset= "},
+    {105, Width::e32, Fault::eExceedsFileSize, 0, eError, 15113, "face offset= "},
 };
 
 constexpr FieldRule kExtensionRules[] = {
-    {0, Width::k16, Fault::kIsNot, 30, eError, 15200, "extension size = "},
-    {2, Width::k32, Fault::kIs, 0, eError, 15210, "extension metrics offset = "},
-    {6, Width::k32, Fault::kIs, 0, eError, 15211, "extents offset = "},
-    {10, Width::k32, Fault::kIsNot, 0, eWarning, 15212, "origin table offset = "},
-    {14, Width::k32, Fault::kExceedsFileSize, 0, eError, 15204, "kern pair table offset = "},
-    {18, Width::k32, Fault::kExceedsFileSize, 0, eError, 15205, "kern track table offset = "},
-    {26, Width::k32, Fault::kIsNot, 0, eWarning, 15207, "extension reserved = "},
-    {22, Width::k32, Fault::kExceedsFileSize, 0, eError, 15209, "extension driver offset = "},
-    {22, Width::k32, Fault::kIs, 0, eError, 15208, "extension driver offset = "},
+    {0, Width::e16, Fault::eIsNot, 30, eError, 15200, "extension size = "},
+    {2, Width::e32, Fault::eIs, 0, eError, 15210, "extension metrics offset = "},
+    {6, Width::e32, Fault::eIs, 0, eError, 15211, "extents offset = "},
+    {10, Width::e32, Fault::eIsNot, 0, eWarning, 15212, "origin table offset = "},
+    {14, Width::e32, Fault::eExceedsFileSize, 0, eError, 15204, "kern pair table offset = "},
+    {18, Width::e32, Fault::eExceedsFileSize, 0, eError, 15205, "kern track table offset = "},
+    {26, Width::e32, Fault::eIsNot, 0, eWarning, 15207, "extension reserved = "},
+    {22, Width::e32, Fault::eExceedsFileSize, 0, eError, 15209, "extension driver offset = "},
+    {22, Width::e32, Fault::eIs, 0, eError, 15208, "extension driver offset = "},
 };
 
 // The last rule shares its code with the one before it, deliberately: hosts tell them apart by the
 // text.
 constexpr FieldRule kMetricsRules[] = {
-    {0, Width::k16, Fault::kExceeds, 52, eWarning, 15300, "extended text metrics size = "},
-    {2, Width::k16, Fault::kIsNot, 240, eNote, 15301, "extended text metrics point size = "},
-    {4, Width::k16, Fault::kIsNot, 0, eNote, 15302, "extended text metrics orientation = "},
-    {6, Width::k16, Fault::kIsNot, 1000, eNote, 15303, "extended text metrics master height = "},
-    {8, Width::k16, Fault::kIsNot, 3, eNote, 15304, "extended text metrics min scale = "},
-    {10, Width::k16, Fault::kIsNot, 1000, eNote, 15305, "extended text metrics max scale = "},
-    {12, Width::k16, Fault::kIsNot, 1000, eNote, 15306, "extended text metrics master units = "},
-    {24, Width::k16, Fault::kIsNot, 0, eNote, 15306, "extended text metrics superscript offset = "},
+    {0, Width::e16, Fault::eExceeds, 52, eWarning, 15300, "extended text metrics size = "},
+    {2, Width::e16, Fault::eIsNot, 240, eNote, 15301, "extended text metrics point size = "},
+    {4, Width::e16, Fault::eIsNot, 0, eNote, 15302, "extended text metrics orientation = "},
+    {6, Width::e16, Fault::eIsNot, 1000, eNote, 15303, "extended text metrics master height = "},
+    {8, Width::e16, Fault::eIsNot, 3, eNote, 15304, "extended text metrics min scale = "},
+    {10, Width::e16, Fault::eIsNot, 1000, eNote, 15305, "extended text metrics max scale = "},
+    {12, Width::e16, Fault::eIsNot, 1000, eNote, 15306, "extended text metrics master units = "},
+    {24, Width::e16, Fault::eIsNot, 0, eNote, 15306, "extended text metrics superscript offset = "},
 };
 
 bool isFaulty(const FieldRule& rule, std::uint32_t value, std::uint32_t fileSize) {
     switch (rule.fault) {
-        case Fault::kIs:
+        case Fault::eIs:
             return value == rule.operand;
-        case Fault::kIsNot:
+        case Fault::eIsNot:
             return value != rule.operand;
-        case Fault::kExceeds:
+        case Fault::eExceeds:
             return value > rule.operand;
-        case Fault::kExceedsFileSize:
+        case Fault::eExceedsFileSize:
             return value > fileSize;
     }
     return false;
@@ -92,7 +94,7 @@ bool isFaulty(const FieldRule& rule, std::uint32_t value, std::uint32_t fileSize
 void check(OxFont& font, ByteView part, std::span<const FieldRule> rules,
            std::uint32_t fileSize = 0) {
     for (const FieldRule& rule : rules) {
-        const std::uint32_t value = rule.width == Width::k16 ? part.u16le(rule.offset, rule.label)
+        const std::uint32_t value = rule.width == Width::e16 ? part.u16le(rule.offset, rule.label)
                                                              : part.u32le(rule.offset, rule.label);
         if (isFaulty(rule, value, fileSize)) {
             font.addDiagnostic(rule.type, rule.code, rule.label + std::to_string(value));
@@ -107,7 +109,7 @@ const LogChannel& log() {
 
 }  // namespace
 
-OxParserPFMImp::OxParserPFMImp() = default;
+OxParserPFMImp::OxParserPFMImp() : buffer_(std::make_unique<ByteBuffer>()) {}
 OxParserPFMImp::~OxParserPFMImp() = default;
 
 boost::ptr_vector<OxFont>* OxParserPFMImp::parseFontFile(boost::filesystem::path file) {
@@ -116,7 +118,15 @@ boost::ptr_vector<OxFont>* OxParserPFMImp::parseFontFile(boost::filesystem::path
 }
 
 bool OxParserPFMImp::inspectFont(boost::filesystem::path file) {
-    return hasExtension(file, ".PFM");
+    return hasExtension(file, kExtension);
+}
+
+bool OxParserPFMImp::readsWhole(const boost::filesystem::path& file) const {
+    return hasExtension(file, kExtension);
+}
+
+void OxParserPFMImp::releaseMemory() {
+    buffer_->release();
 }
 
 bool OxParserPFMImp::diagnoseFont(boost::filesystem::path /*file*/) {
@@ -151,15 +161,15 @@ void OxParserPFMImp::readFont(const boost::filesystem::path& file, OxFont& font)
         return;
     }
     FileBytes bytes;
-    if (!readWhole(file, *size, bytes, buffer_)) {
+    if (!readWhole(file, *size, bytes, *buffer_)) {
         return;
     }
     font.setAttribute(eFingerprint, bytes.digest());
 
-    setViews(ByteView(buffer_.data(), buffer_.size()));
+    setViews(ByteView(buffer_->data(), buffer_->size()));
     const auto fileSize = static_cast<std::uint32_t>(*size);
     check_T1_header(font, fileSize);
-    check_T1_extension(font, buffer_.data(), fileSize);
+    check_T1_extension(font, buffer_->data(), fileSize);
     check_T1_extTextMetrics(font);
     font.setAttribute(eItalic, (header_.u8(kItalicOffset) & 1) != 0 ? "true" : "false");
 }

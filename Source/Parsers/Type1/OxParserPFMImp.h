@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "ByteView.h"
-#include "FileBytes.h"
 #include "OxParserImp.h"
+
+class ByteBuffer;
 
 /// The parser of printer font metrics (PFM) files, the metrics half of a Type 1 font for Windows:
 /// one record a file, with a fingerprint, the italic flag and a diagnostic for every field that
@@ -23,6 +25,8 @@ class OXPARSER_EXPORT OxParserPFMImp : public OxParserImp {
     boost::ptr_vector<OxFont>* parseFontFile(boost::filesystem::path file) override;
     /// True for the extension ".pfm" in any case.
     bool inspectFont(boost::filesystem::path file) override;
+    bool readsWhole(const boost::filesystem::path& file) const override;
+    void releaseMemory() override;
     /// Does nothing and returns true.
     bool diagnoseFont(boost::filesystem::path file) override;
     /// Does nothing and returns true.
@@ -51,7 +55,7 @@ class OXPARSER_EXPORT OxParserPFMImp : public OxParserImp {
     void readFont(const boost::filesystem::path& file, OxFont& font);
     void setViews(ByteView file);
 
-    ByteBuffer buffer_;
+    const std::unique_ptr<ByteBuffer> buffer_;  // what a file is read into
     ByteView header_;
     ByteView extension_;
     ByteView metrics_;

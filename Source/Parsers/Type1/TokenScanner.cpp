@@ -21,20 +21,20 @@ std::int32_t classify(std::string_view token, std::int32_t previous) {
         case 1:
             switch (token[0]) {
                 case ',':
-                    return kTokenComma;
+                    return eTokenComma;
                 case '.':
-                    return kTokenPeriod;
+                    return eTokenPeriod;
                 case '-':
-                    return kTokenMinus;
+                    return eTokenMinus;
                 default:
                     return previous;
             }
         case 2:
         case 4:
-            return std::all_of(token.begin(), token.end(), ascii::isDigit) ? kTokenNumber
-                                                                           : kTokenWord;
+            return std::all_of(token.begin(), token.end(), ascii::isDigit) ? eTokenNumber
+                                                                           : eTokenWord;
         default:
-            return kTokenWord;
+            return eTokenWord;
     }
 }
 
@@ -75,7 +75,7 @@ int get_next_token() {
     tokenlen = 0;
     if (line[begin] == '\0') {
         reached = {line, iIndex};
-        tokentype = kTokenEndOfLine;
+        tokentype = eTokenEndOfLine;
         return 0;
     }
     const std::string_view token(line + begin, std::strcspn(line + begin, ",."));

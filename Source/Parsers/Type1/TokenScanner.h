@@ -17,12 +17,12 @@ inline constexpr std::size_t kTokenValueSize = 4096;
 /// Values of `tokentype`. A token is never a lone "," or ".", since both end a token before they
 /// are copied.
 enum TokenType : std::int32_t {
-    kTokenEndOfLine = 0,
-    kTokenComma = 1,
-    kTokenPeriod = 2,
-    kTokenMinus = 3,
-    kTokenNumber = 4,  ///< exactly two or exactly four decimal digits
-    kTokenWord = 5,
+    eTokenEndOfLine = 0,
+    eTokenComma = 1,
+    eTokenPeriod = 2,
+    eTokenMinus = 3,
+    eTokenNumber = 4,  ///< exactly two or exactly four decimal digits
+    eTokenWord = 5,
 };
 
 /// The zero-terminated line being scanned; the caller owns it and keeps it alive and as it is until

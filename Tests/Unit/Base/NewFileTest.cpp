@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <functional>
+#include <utility>
 
 #include "ChildProcess.h"
 #include "MacRoman.h"
@@ -15,8 +17,25 @@
 namespace {
 
 int takenNames = 0;
+// What somebody else does right before the next file is renamed.
+std::function<void()> beforeRename;
+
+int renamed(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
+    if (const auto act = std::exchange(beforeRename, nullptr)) {
+        act();
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
 
 }  // namespace
+
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept {
+    return renamed(fromFolder, from, toFolder, to, 0);
+}
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+              unsigned flags) noexcept {
+    return renamed(fromFolder, from, toFolder, to, flags);
+}
 
 // Stands in for the system's, so that a test can have temporary names taken.
 int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept {
@@ -114,6 +133,25 @@ TEST_P(NewFileWays, ReplacesOnlyItsOwnEarlierFile) {
     fs::remove(path);
     ASSERT_EQ(third.create(path), 0);
     EXPECT_EQ(third.replace(secondId), 0);  // nobody has it: a new file
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre("file"));
+}
+
+TEST_P(NewFileWays, GivesBackWhatTookTheNameAtTheLastMoment) {
+    const fs::path path = folder.path() / "file";
+    NewFile first(GetParam());
+    ASSERT_EQ(first.create(path), 0);
+    ASSERT_EQ(writeText(first, "first"), 0);
+    const std::string id = first.fileId();
+    ASSERT_EQ(first.commit(), 0);
+    NewFile second(GetParam());
+    ASSERT_EQ(second.create(path), 0);
+    ASSERT_EQ(writeText(second, "second"), 0);
+    beforeRename = [&] {
+        fs::remove(path);
+        folder.write("file", "a user's");
+    };
+    EXPECT_EQ(second.replace(id), EEXIST);
+    EXPECT_EQ(readFile(path), bytesOf("a user's"));
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("file"));
 }
 

@@ -1,6 +1,10 @@
 #include "OxFontSuitcaseMover.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include <boost/smart_ptr/make_shared.hpp>
 
@@ -166,6 +170,38 @@ TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
         font->setAttribute(ePostscriptname, hostile);
         EXPECT_EQ(move(), CopyOutcome::Refused) << hostile;
     }
+}
+
+TEST_F(SuitcaseMove, TellsWhyItCannotReadEitherSideAndWhatDiffers) {
+    const fs::path name = font->printerFontPaths.at(0).filename();
+    source.write(name.string(), "printer font");
+    EXPECT_EQ(move(), CopyOutcome::Copied);
+    source.write(name.string(), "another printer font");
+    EXPECT_EQ(move(), CopyOutcome::Differs);
+    EXPECT_EQ(readFile(writtenFolder() / name), bytesOf("printer font"));
+    fs::remove(writtenFolder() / name);
+    ASSERT_EQ(move(), CopyOutcome::Same);
+
+    const uid_t user = ::geteuid();
+    const fs::path sidecar = source.path() / "._Helvetica";
+    for (const fs::path& unreadable : {written(), source.path() / name, sidecar}) {
+        for (const fs::path& folder : {source.path(), target.path()}) {
+            ASSERT_EQ(::chmod(folder.c_str(), 0755), 0);
+        }
+        ASSERT_EQ(::chmod(unreadable.c_str(), 0), 0);
+        fs::remove(writtenFolder() / name);
+        if (user == 0 && ::seteuid(65534) != 0) {
+            GTEST_SKIP() << "cannot give up the rights of root";
+        }
+        const CopyOutcome outcome = move();
+        ASSERT_EQ(::seteuid(user), 0);
+        EXPECT_EQ(outcome, CopyOutcome::Failed) << unreadable;
+        EXPECT_EQ(mover.lastCopy()->error.value(), EACCES) << unreadable;
+        ASSERT_EQ(::chmod(unreadable.c_str(), 0644), 0);
+    }
+    source.write("._Helvetica", appleDouble("FFIL", "DMOV", Bytes(400)));
+    EXPECT_EQ(move(), CopyOutcome::Failed);
+    EXPECT_EQ(mover.lastCopy()->error.message(), "The resource fork is damaged");
 }
 
 TEST_F(SuitcaseMove, PutsPrinterFontsBesideTheSuitcaseWhateverTheFoundryIsCalled) {

@@ -121,7 +121,7 @@ TEST(ParserSupport, ReadsNoFileThatHasGrownTooLargeSinceItsStatusWasRead) {
     EXPECT_EQ(buffer.size(), 6u);
     EXPECT_FALSE(read(5, 0));
     fs::resize_file(file, kTooLargeToRead);
-    EXPECT_THROW(read(4, 0), std::bad_alloc);
+    EXPECT_THROW(read(4, 0), FileTooLarge);
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "OxParser.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <boost/function.hpp>
 #include <cstdlib>
@@ -106,6 +109,38 @@ TEST_F(Pipeline, TheFirstRegisteredParserThatAcceptsWins) {
     ScanHost host(*parser);
     host.run();
     EXPECT_THAT(host.fontNames(), ElementsAre("first"));
+}
+
+TEST_F(Pipeline, FileErrorsReachTheHostOnceAndBeforeTheRecordsOfTheirFile) {
+    struct Troubled : ScriptedParser {
+        Troubled() : ScriptedParser(oneRecord) {}
+        bool inspectFont(fs::path file) override {
+            reportFileError(file, "seen");
+            return takesTestFiles(file);
+        }
+        boost::ptr_vector<OxFont>* parseFontFile(fs::path file) override {
+            reportFileError(file, "seen");
+            reportFileError(file, "read");
+            return ScriptedParser::parseFontFile(file);
+        }
+    };
+    writeFiles(2);
+    folder.write("none", "");
+    OxParser parser(folder.path(), kNoList, kNoList);
+    parser.addParserImp(new Troubled);
+    std::map<std::string, Lines> events;
+    parser.fileErrorCallbacks.push_back([&](const fs::path& file, const std::string& reason) {
+        events[file.filename().string()].push_back(reason);
+    });
+    parser.fontProgressCallbacks.push_back([&](int, int, const boost::shared_ptr<OxFont>& font) {
+        events[font->sourceFile().filename().string()].emplace_back("record");
+    });
+    ScanHost(parser).run();
+    const Lines whole{"seen", "read", "record"};
+    EXPECT_THAT(events, ElementsAre(Pair("0.tst", whole), Pair("1.tst", whole),
+                                    Pair("none", Lines{"seen"})));
+    // Without a coordinator nobody is told, and nothing else happens.
+    EXPECT_TRUE(Troubled().inspectFont("a.tst"));
 }
 
 TEST_F(Pipeline, RemovesExactlyTheParserGiven) {
@@ -246,7 +281,7 @@ TEST_F(Pipeline, CancelDuringTheWalkDropsEverythingAndOnlyTheWalkSaysSo) {
     ScanHost host(*parser);
     host.cancelAt(3);
     host.run();
-    EXPECT_THAT(host.found, SizeIs(20)) << "the described walk goes on";
+    EXPECT_THAT(host.found, SizeIs(20)) << "a walk that is not tolerant goes on";
     EXPECT_THAT(host.fileCompletions, ElementsAre(true));
     EXPECT_THAT(host.fonts, IsEmpty());
     EXPECT_THAT(host.fontCompletions, ElementsAre(false));
@@ -300,6 +335,48 @@ TEST_F(Pipeline, AHostMayExitWhileAScanRuns) {
         });
         ASSERT_EQ(status, 17) << round;
     }
+}
+
+// Every file's records in their order, as text.
+std::string recordsOf(const fs::path& source, unsigned helpers) {
+    OxParser parser(source, kNoList, kNoList);
+    parser.setLookAhead(helpers);
+    std::string records;
+    parser.fontProgressCallbacks.push_back([&](int, int, const boost::shared_ptr<OxFont>& font) {
+        records += font->sourceFile().string() + " " + problems(*font) + " " +
+                   font->getAttribute(eFingerprint) + "\n";
+    });
+    ScanHost host(parser);
+    host.run();
+    return records;
+}
+
+TEST_F(Pipeline, HelpersTakeNoDescriptorThatTheReaderNeeds) {
+    const Bytes fork = ResourceForkBuilder()
+                           .add("FOND", 1, FondBuilder::of({{0, 0, 2}}))
+                           .add("sfnt", 2, outline());
+    for (int i = 0; i < 300; ++i) {
+        const std::string name = std::to_string(i);
+        i % 50 == 7 ? folder.write(name + ".dfont", fork)
+                    : folder.write(name + ".ttf", SfntBuilder::goodFont());
+    }
+    const int failed = runInChild([this] {
+        ::close_range(STDERR_FILENO + 1, ~0U, 0);
+        const std::string good = recordsOf(folder.path(), 0);
+        bool succeeds = false;
+        for (rlim_t most = 4; most <= 64; ++most) {
+            const rlimit limit = {most, RLIM_INFINITY};
+            if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+                return 1;
+            }
+            succeeds = succeeds || recordsOf(folder.path(), 0) == good;
+            if (succeeds && recordsOf(folder.path(), 4) != good) {
+                return static_cast<int>(most);
+            }
+        }
+        return succeeds ? 0 : 2;
+    });
+    EXPECT_EQ(failed, 0);
 }
 
 TEST_F(Pipeline, LoadsAFoundryListOnceHoweverManyCoordinatorsThereAre) {

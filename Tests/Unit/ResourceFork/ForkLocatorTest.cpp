@@ -18,7 +18,7 @@ using ExtendedAttributes = std::map<std::string, Bytes>;
 
 ForkLocator::Environment environmentWith(const ExtendedAttributes& attributes) {
     ForkLocator::Environment environment = ForkLocator::Environment::native();
-    environment.listAttributes = [attributes](const fs::path&) {
+    environment.listAttributes = [attributes](const fs::path&, boost::system::error_code&) {
         Lines names;
         for (const auto& [name, value] : attributes) {
             names.push_back(name);
@@ -26,7 +26,8 @@ ForkLocator::Environment environmentWith(const ExtendedAttributes& attributes) {
         return names;
     };
     environment.readAttribute = [attributes](const fs::path&, const std::string& name,
-                                             std::uint64_t) -> std::optional<Bytes> {
+                                             std::uint64_t,
+                                             boost::system::error_code&) -> std::optional<Bytes> {
         return attributes.at(name);
     };
     return environment;
@@ -382,10 +383,12 @@ TEST_F(ForkLocatorTest, AttributesAreReadUnderEachSystemsNames) {
 
 TEST_F(ForkLocatorTest, AnHfsPlusAttributeNeedNotBeListed) {
     auto environment = environmentWith({{"osx.com.apple.FinderInfo", finderInfo("FFIL")}});
-    environment.listAttributes = [](const fs::path&) { return Lines{"osx.com.apple.FinderInf"}; };
+    environment.listAttributes = [](const fs::path&, boost::system::error_code&) {
+        return Lines{"osx.com.apple.FinderInf"};
+    };
     ForkLocator elsewhere(environment);
     EXPECT_EQ(found(elsewhere, font()), kNothing);
-    environment.hidesAttributes = [](const FolderListing&) { return true; };
+    environment.hidesAttributes = [](const fs::path&) { return true; };
     ForkLocator locator(environment);
     EXPECT_EQ(found(locator, font()), "status -39, FFIL from HFS Plus volume");
 }

@@ -1,8 +1,5 @@
 #include "ResourceFile.h"
 
-#include <cstdlib>
-#include <random>
-
 #include "ResourceFileWriter.h"
 #include "ResourceForkBuilder.h"
 #include "UnitTest.h"
@@ -215,73 +212,6 @@ TEST(ResourceFileWriter, RefusesWhatTheFormatCannotHold) {
     }
     EXPECT_EQ(added, (65535 - 30 - 8) / 12);
     EXPECT_EQ(openStatus(many.build()), noErr);
-}
-
-// Reads all that a damaged fork holds, without a byte outside of it; false when it does not open.
-bool readEverything(const Bytes& fork, std::size_t* bytesSeen) {
-    // Of exactly its size, so that a sanitizer sees each byte read too far.
-    const Bytes exact(fork.begin(), fork.end());
-    ResourceFile file;
-    if (file.open(ByteView(exact)) != noErr) {
-        return false;
-    }
-    for (const std::uint32_t type : file.types()) {
-        for (const ResourceFile::Reference& reference : file.references(type)) {
-            const ResourceFile::Data data = file.data(reference);
-            *bytesSeen += file.name(reference).size() + data.bytes.size();
-            for (std::size_t b = 0; b < data.bytes.size(); ++b) {
-                *bytesSeen += data.bytes.u8(b) & 1u;
-            }
-            EXPECT_LE(data.bytes.size(), exact.size());
-            EXPECT_NE(file.find(type, reference.id), nullptr);
-        }
-        EXPECT_LE(file.references(type).size(), exact.size() / 12);
-    }
-    return true;
-}
-
-// Damages a fork in the ways that damage comes in, over and over.
-TEST(ResourceFile, SurvivesTruncationAndMutations) {
-    const char* wanted = std::getenv("OXPARSER_MUTATIONS");
-    const long cases = wanted != nullptr ? std::atol(wanted) : 20000;
-    const Bytes forks[] = {twoTypes(), placeholderFork(), twoTypes().addTypeAgain("NFNT", "FOND")};
-    std::mt19937 random(20240229);
-    const auto below = [&](std::size_t limit) {
-        return static_cast<std::uint32_t>(random() % limit);
-    };
-    std::size_t bytesSeen = 0;
-    for (const Bytes& fork : forks) {
-        forEachCut(fork, [&](const Bytes& cut) {
-            EXPECT_FALSE(readEverything(cut, &bytesSeen)) << "no whole map";
-        });
-    }
-    int opened = 0;
-    for (long i = 0; i < cases; ++i) {
-        Bytes fork = forks[below(std::size(forks))];
-        const std::size_t mapAt = get32(fork, 4);
-        for (std::size_t n = below(4) + 1; n > 0; --n) {
-            const std::size_t at = below(3) == 0 ? below(16) : mapAt + below(fork.size() - mapAt);
-            switch (below(4)) {
-                case 0:
-                    fork[at] ^= static_cast<std::uint8_t>(1u << below(8));
-                    break;
-                case 1:
-                    fork[at] = 0xFF;
-                    break;
-                case 2:
-                    patch(fork, std::min(at, fork.size() - 2), 2, below(0x10000));
-                    break;
-                default:
-                    patch(fork, std::size_t{4} * below(4), 4, below(fork.size() + 8));
-            }
-        }
-        if (below(8) == 0) {
-            fork.resize(below(fork.size()));
-        }
-        opened += readEverything(fork, &bytesSeen);
-    }
-    EXPECT_GT(opened, cases / 10);
-    EXPECT_GT(bytesSeen, 0u);
 }
 
 }  // namespace

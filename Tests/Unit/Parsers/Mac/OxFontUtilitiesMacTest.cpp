@@ -172,9 +172,8 @@ TEST(StyleNamesOfAFamily, IndexesThatNameNothing) {
     EXPECT_EQ(namesOf(styleTable(fond), 0), " ") << "index 1 takes even an empty name";
 }
 
-TEST(StyleNamesOfAFamily, TablesCutAnywhereReadAsZero) {
+TEST(StyleNamesOfAFamily, ATableThatIsCutReadsAsZero) {
     Bytes table = styleTable(FondBuilder::helvetica({9, 0, 1}));
-    forEachCut(table, [](const Bytes& cut) { namesOf(cut, 3); });
     table.resize(58 + 2 + 1 + 4);
     EXPECT_EQ(namesOf(table, 0), "Helv Helv");
 }
@@ -210,31 +209,10 @@ TEST(FondStyleMappingTable, ItsOffsetIsAsserted) {
 }
 
 TEST(PrinterFontFileName, FiveThreeThree) {
-    struct Case {
-        const char* before;
-        const char* part;
-        bool first;
-        const char* result;
-    };
-    static constexpr Case kCases[] = {
-        {"", "Times", true, "Times"},
-        {"Times", "Bold", false, "TimesBol"},
-        {"", "NewCenturySchlbk", true, "NewCenSch"},
-        {"", "lowerCase", true, "Case"},
-        {"", "lower", true, ""},
-        {"", "9Pins", true, "9Pin"},
-        {"", "Ab9Cd", true, "Ab9Cd"},  // a digit inside starts no first word
-        {"", "Condensed", false, "Con"},
-        {"X", "12pt", false, "X12pt"},
-        {"X", "a-bc", false, "X-bc"},
-        {"", "Stone_SansBold", true, "Stone"},
-        {"", "_Bold", true, ""},
-        {"X", "Bo\x8Eld", false, "XBo\x8Eld"},  // no letter of the C locale
-    };
-    for (const Case& c : kCases) {
-        std::string name = c.before;
-        Mac::MakeName(name, c.part, c.first);
-        EXPECT_EQ(name, c.result) << c.part;
+    for (const Lines& row : rowsOf("printer-font-names.tsv")) {
+        std::string name = row.at(0);
+        Mac::MakeName(name, row.at(1), row.at(2) == "first");
+        EXPECT_EQ(name, row.at(3)) << row[1];
     }
 }
 

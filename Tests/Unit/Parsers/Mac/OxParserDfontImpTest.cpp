@@ -1,14 +1,8 @@
 #include "OxParserDfontImp.h"
 
-#include <fstream>
-#include <iterator>
-
 #include "MacFontBuilder.h"
 #include "MacResourceTypes.h"
-#include "OxParser.h"
 #include "OxParserSuitcaseImp.h"
-#include "ScanHost.h"
-#include "SfntBuilder.h"
 #include "UnitTest.h"
 
 namespace {
@@ -108,66 +102,6 @@ TEST_F(Dfont, ItsOwnParseFontReadsOneEntry) {
     const OpenResources open(ResourceForkBuilder().add("sfnt", 4, outline("A")));
     const AsscEntry entry{0, 0, 4};
     EXPECT_THAT(taken(parser.parseFont("A.dfont", nullptr, &entry)), SizeIs(1));
-}
-
-TEST_F(Dfont, AFontThatIsNamedTooOftenDoesNotFillTheMemory) {
-    auto names = SfntBuilder::goodNames();
-    names[8].text = SfntBuilder::utf16(std::u16string(30000, u'x'));
-    ResourceForkBuilder builder;
-    builder.add("sfnt", 4,
-                SfntBuilder::goodFont().table("name", SfntBuilder::nameTable(names)).build());
-    const FondBuilder many = family(std::vector<FondBuilder::Entry>(51, {0, 0, 4}));
-    for (int id = 0; id < 250; ++id) {
-        builder.add("FOND", id, many);
-    }
-    const auto fonts = parse(builder);
-    EXPECT_LT(fonts.size(), 250u * 51);
-    EXPECT_GT(fonts.size(), 5000u);
-    EXPECT_THAT(fonts.front().diagnostics(), IsEmpty());
-    EXPECT_EQ(problems(fonts.back()), "error 0 Font data is too entangled to check");
-}
-
-struct Footprint {
-    long openFiles;
-    long kilobytes;
-};
-
-Footprint footprint() {
-    std::ifstream statm("/proc/self/statm");
-    long pages = 0;
-    statm >> pages >> pages;
-    const auto files =
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    return {files, pages * 4};
-}
-
-TEST_F(Dfont, TenThousandInOneScanTakeNoMoreThanAThousand) {
-    constexpr int kFiles = 10000;
-    const auto first = folder.write("0.dfont", ResourceForkBuilder()
-                                                   .add("FOND", 1, family({{0, 0, 4}, {0, 0, 4}}))
-                                                   .add("sfnt", 4, outline("A", 20000))
-                                                   .build());
-    for (int i = 1; i < kFiles; ++i) {
-        fs::create_hard_link(first, folder.path() / (std::to_string(i) + ".dfont"));
-    }
-    OxParser scan(folder.path(), "", "");
-    Footprint early{}, late{};
-    int records = 0;
-    scan.fontProgressCallbacks.push_back([&](int, int, const boost::shared_ptr<OxFont>&) {
-        if (++records == kFiles / 5) {
-            early = footprint();
-        } else if (records == 2 * kFiles) {
-            late = footprint();
-        }
-    });
-    ScanHost host(scan);
-    host.run();
-    ASSERT_EQ(records, 2 * kFiles);
-    EXPECT_LE(late.openFiles, early.openFiles + 1);
-    // The sanitizers keep freed memory. Some of the growth is what the host notes.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    EXPECT_LT(late.kilobytes, early.kilobytes + 6 * 1024);
-#endif
 }
 
 }  // namespace

@@ -1,12 +1,9 @@
 #include "OxParserPSOutlineImp.h"
 
 #include "MacFontBuilder.h"
-#include "PostScriptTokens.h"
 #include "UnitTest.h"
 
 namespace {
-
-using Kind = PostScriptToken::Kind;
 
 constexpr char kCorrupt[] = "error 0 Corrupt Font:  ";
 
@@ -108,13 +105,6 @@ TEST_F(PrinterFont, Type3ProgramsMayNameTheFontInAComment) {
     EXPECT_EQ(font.getAttribute(ePostscriptname), "Acme-Deco");
     EXPECT_EQ(font.getFontType(), OxFont::T3Outline);
     EXPECT_EQ(problems(font), "");
-    const std::string type3 = "/FontType 3 def ";
-    for (const auto& [program, name] :
-         {std::pair("%%FontName: A\n" + type3 + "/FontName /B def", "B"),
-          {"%%FontName: /A\n%%FontName: B\n" + type3, "A"},  // the first one, without its slash
-          {"%FontName: A\n%%FontName B:\n%%:\n" + type3, "A"}}) {
-        EXPECT_EQ(parse(program).getAttribute(ePostscriptname), name) << program;
-    }
 }
 
 TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
@@ -126,27 +116,8 @@ TEST_F(PrinterFont, KeysCountInTheirDictionaryAndOnce) {
     EXPECT_EQ(font.getAttribute(eFontVersion), "");
     EXPECT_EQ(font.getAttribute(eCopyright), "copyright");
     EXPECT_EQ(font.getAttribute(ePostscriptname), "A");
-    const struct {
-        const char* program;
-        const char* key;
-        const char* value;
-    } kCases[] = {{"/FontInfo 1 dict def FontInfo begin /FullName (A) def end", eFullname, "A"},
-                  {"/FontInfo << /FullName (A) >> def /FullName (B)", eFullname, "A"},
-                  {"/Private << /FullName (A) >> def", eFullname, ""},
-                  {"/Private 1 dict begin /FullName (A) def end", eFullname, ""},
-                  {"/FontInfo 1 dict begin /a >> /FullName (A) def end", eFullname, ""},
-                  {"/FontInfo Known def /FontName /A def", ePostscriptname, "A"},
-                  {"/FontName /FontName /A def", ePostscriptname, "FontName"},
-                  {"/FontName { /FontName /B def } def /FontName /A def", ePostscriptname, "A"},
-                  {"/a\n%%FontName: Late\n", ePostscriptname, ""},
-                  {"/FontInfo >> 1 dict begin /FullName (A) def end", eFullname, "A"},
-                  {"/FontName (A) def", ePostscriptname, "A"},
-                  {"/FontName def /FontName /A def", ePostscriptname, "A"},
-                  // A key's value may itself be the next key.
-                  {"/FontInfo 1 dict begin /FamilyName /FullName (A) def end", eFullname, "A"}};
-    for (const auto& c : kCases) {
-        EXPECT_EQ(parse(std::string(c.program) + " /FontType 1 def").getAttribute(c.key), c.value)
-            << c.program;
+    for (const Lines& row : rowsOf("font-programs.tsv")) {
+        EXPECT_EQ(parse(row.at(0)).getAttribute(row.at(1)), row.at(2)) << row[0];
     }
 }
 
@@ -164,50 +135,6 @@ TEST_F(PrinterFont, LongNoticesAreKeptWhole) {
     const std::string notice(1000, '\xA9');
     const OxFont font = parse("/FontInfo 1 dict begin /Notice (" + notice + ") def end");
     EXPECT_EQ(font.getAttribute(eCopyright).size(), 2000u);
-}
-
-Lines tokensOf(std::string_view program) {
-    PostScriptTokens tokens(program);
-    Lines texts;
-    for (auto token = tokens.next(); token.kind != Kind::eEnd; token = tokens.next()) {
-        texts.push_back((token.kind == Kind::eString ? "s:" : "") + token.text);
-    }
-    return texts;
-}
-
-TEST(PostScriptTokens, TextsAndTheirTokens) {
-    const std::pair<const char*, Lines> kCases[] = {
-        {"(a(b)c)(\\(\\)\\\\)(\\101\\0612\\7x)(\\n\\q)",
-         {"s:a(b)c", "s:()\\", "s:A12\ax", "s:\nq"}},
-        {"(a\\\r\nb\\\nc)", {"s:abc"}},
-        {"(a\rb\r\nc\nd\r)", {"s:a\nb\nc\nd\n"}},
-        {"(a\r", {"s:a\n"}},
-        {"(open (still", {"s:open (still"}},
-        {"(ends in \\", {"s:ends in "}},
-        {"a/b/c[1 2]{x}<<k>><41 42>z",
-         {"a", "/b", "/c", "[", "1", "2", "]", "{", "x", "}", "<<", "k", ">>", "z"}},
-        {"a%one\rb%two\r\nc%three\nd", {"a", "one", "b", "two", "c", "three", "d"}},
-        {")>a<41", {")", ">", "a"}},
-        {"/", {"/"}}};
-    for (const auto& [program, tokens] : kCases) {
-        EXPECT_EQ(tokensOf(program), tokens) << program;
-    }
-    PostScriptTokens procedure("{a (}) {b} %}\n c} d");
-    procedure.next();
-    procedure.skipProcedure();
-    EXPECT_EQ(procedure.next().text, "d");
-}
-
-TEST_F(PrinterFont, DamageAnywhereIsHarmless) {
-    const std::string good = type1Program();
-    for (std::size_t at = 0; at < good.size(); ++at) {
-        for (const char c : {'(', ')', '\\', '{', '<', '\0'}) {
-            std::string program = good;
-            program[at] = c;
-            parse(program);
-        }
-        parse(good.substr(0, at));
-    }
 }
 
 }  // namespace

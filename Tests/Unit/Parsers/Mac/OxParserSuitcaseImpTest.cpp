@@ -164,16 +164,6 @@ TEST_F(Suitcase, SizesOfAStyleShareTheirPrinterFont) {
     EXPECT_EQ(fonts[1].getAttribute(eFullname), "");
 }
 
-TEST_F(Suitcase, ManyFamiliesThatShareAFontCostLittle) {
-    ResourceForkBuilder builder;
-    std::vector<FondBuilder::Entry> entries(51, {0, 0, 4});
-    for (int id = 0; id < 1000; ++id) {
-        builder.add("FOND", id, familyOf(entries));
-    }
-    builder.add("sfnt", 4, outline("A", 1 << 20));
-    EXPECT_THAT(names(parse(builder)), ElementsAre("TTF A"));
-}
-
 OxFont record(const char* name, int type, const char* resourceName = "") {
     OxFont font;
     font.setAttribute(ePostscriptname, name);

@@ -131,17 +131,6 @@ TEST(SfntNames, ARecordPastTheEndFailsButThoseBeforeItCount) {
     EXPECT_EQ(parsed.attributes().count(eFullname), 0u);
 }
 
-// 65,535 records of 64 KB each would be 4 GB of text.
-TEST(SfntNames, ATableOfOverlappingTextsCostsLittle) {
-    BigEndian table = BigEndian().u16(0).u16(65535).u16(6);
-    for (std::uint32_t i = 0; i < 65535; ++i) {
-        table.u16(3).u16(1).u16(0x0409).u16(i % 8).u16(65534).u16(i % 4);
-    }
-    const OxFont font = parse(SfntBuilder::goodFont().table("name", table));
-    EXPECT_EQ(problems(font), "");
-    EXPECT_EQ(font.getAttribute(eTrademark).size(), 32767u);
-}
-
 constexpr char kSubtable2[] = "warning 11802 Invalid kerning subtable";
 constexpr char kSubtable3[] = "warning 11803 Invalid kerning subtable";
 constexpr char kNoTable[] = "error 11801 Missing kerning table; error 11051 Invalid kerning table";

@@ -1,4 +1,5 @@
 #include "Keywords.h"
+#include "PostScriptTokens.h"
 #include "TokenScanner.h"
 #include "UnitTest.h"
 
@@ -77,6 +78,26 @@ TEST(TokenScanner, CutsLongTokensAndReadsANullLineAsEmpty) {
     EXPECT_EQ(iIndex, 10000);
     EXPECT_EQ(typeOf(nullptr), 0);
     EXPECT_EQ(cpLine, nullptr);
+}
+
+Lines tokensOf(std::string_view program) {
+    PostScriptTokens tokens(program);
+    Lines texts;
+    for (auto token = tokens.next(); token.kind != PostScriptToken::Kind::eEnd;
+         token = tokens.next()) {
+        texts.push_back((token.kind == PostScriptToken::Kind::eString ? "s:" : "") + token.text);
+    }
+    return texts;
+}
+
+TEST(PostScriptTokens, TextsAndTheirTokens) {
+    for (const Lines& row : rowsOf("postscript-tokens.tsv")) {
+        EXPECT_EQ(tokensOf(row[0]), Lines(row.begin() + 1, row.end())) << row[0];
+    }
+    PostScriptTokens procedure("{a (}) {b} %}\n c} d");
+    procedure.next();
+    procedure.skipProcedure();
+    EXPECT_EQ(procedure.next().text, "d");
 }
 
 }  // namespace

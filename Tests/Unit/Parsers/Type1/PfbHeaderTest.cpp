@@ -1,12 +1,11 @@
 #include "PfbHeader.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
 
 #include "Type1Builder.h"
+#include "UnitTest.h"
 
 namespace {
 
@@ -41,18 +40,6 @@ class Parsed {
 // The fields after reading these lines below a proper first line.
 Parsed parseLines(std::initializer_list<std::string_view> lines) {
     return Parsed(type1Text({kMagicLine}) + type1Text(lines));
-}
-
-std::string fontName(std::string_view line) {
-    return parseLines({"/FontName /Before def", line})->shortFontName;
-}
-
-std::string familyName(std::string_view line) {
-    return parseLines({"/FamilyName (Before) def", line})->familyName;
-}
-
-std::string weight(std::string_view line) {
-    return parseLines({"/Weight Before def", line})->weight;
 }
 
 TEST(PfbHeader, ReadsEveryKey) {
@@ -106,43 +93,18 @@ TEST(PfbHeader, TheFirstLinesLengthLimitsTheIndent) {
     EXPECT_STREQ(Parsed(std::string(2044, 'x') + "%%\r/Weight 8\r")->weight, "8");
 }
 
-TEST(PfbHeader, FontNameDropsFourBytes) {
-    EXPECT_EQ(fontName("/FontName /Acme def"), "Acme");
-    EXPECT_EQ(fontName("/FontName /Acme xyz"), "Acme") << "whatever they are";
-    EXPECT_EQ(fontName("/FontName/A def"), "A");
-    EXPECT_EQ(fontName("/FontNames of /A/B def"), "A/B");
-    EXPECT_EQ(fontName("/FontName /Acme def "), "Before") << "a blank behind it";
-    EXPECT_EQ(fontName("/FontName /defx"), "Before");
-    EXPECT_EQ(fontName("/FontName /Acme  def"), "Acme ");
-    EXPECT_EQ(fontName("/FontName Acme def"), "Before") << "no slash";
-    EXPECT_EQ(fontName("/FontName"), "Before");
-    EXPECT_EQ(fontName("/FontName / def"), "");
-    EXPECT_EQ(fontName("/FontName /abc"), "") << "shorter than what is dropped";
-    EXPECT_EQ(fontName("/FontName/"), "");
-    EXPECT_EQ(fontName("/fontname /Acme def"), "Before");
-}
-
-TEST(PfbHeader, ParenthesesReachFromFirstToLast) {
-    EXPECT_EQ(familyName("/FamilyName (A (B) C) readonly def"), "A (B) C");
-    EXPECT_EQ(familyName("/FamilyName(A)(B)"), "A)(B");
-    EXPECT_EQ(familyName("/FamilyName (A def"), "A def") << "to the end of the line";
-    EXPECT_EQ(familyName("/FamilyName ()"), "");
-    EXPECT_EQ(familyName("/FamilyName ("), "");
-    EXPECT_EQ(familyName("/FamilyName A) def"), "") << "no opening one";
-    EXPECT_EQ(familyName("/FamilyName ) ( def"), "") << "the wrong way round";
-    EXPECT_EQ(familyName("/FamilyName def"), "");
-    EXPECT_EQ(familyName("\n/FamilyName (\nA)"), "\nA");
-    EXPECT_STREQ(parseLines({"/Version (1)"})->version, "") << "case matters";
-}
-
-TEST(PfbHeader, WordsEndAtASpace) {
-    EXPECT_EQ(weight("/Weight   (Demi Bold) def"), "(Demi");
-    EXPECT_EQ(weight("/Weight(Demi)readonly"), "(Demi)readonly");
-    EXPECT_EQ(weight("/Weight\t(Demi)\tdef"), "\t(Demi)\tdef") << "a tab is no space";
-    EXPECT_EQ(weight("/Weight"), "");
-    EXPECT_EQ(weight("/Weight   "), "");
-    EXPECT_EQ(weight("/WeightVector [0.5 0.5] def"), "Vector");
-    EXPECT_STREQ(parseLines({"/FontType   3   def"})->fontType, "3");
+TEST(PfbHeader, EveryKeyTakesItsPartOfTheLine) {
+    const std::map<std::string, std::pair<const char*, char(PfbHeader::*)[PfbHeader::kFieldSize]>>
+        fields = {{"/FontName", {"/FontName /Before def", &PfbHeader::shortFontName}},
+                  {"/FamilyName", {"/FamilyName (Before) def", &PfbHeader::familyName}},
+                  {"/version", {"/version (Before) def", &PfbHeader::version}},
+                  {"/FontType", {"/FontType Before def", &PfbHeader::fontType}},
+                  {"/Weight", {"/Weight Before def", &PfbHeader::weight}}};
+    for (const Lines& row : rowsOf("pfb-lines.tsv")) {
+        const auto& [before, field] = fields.at(row.at(0));
+        EXPECT_STREQ((*parseLines({before, row.at(1)}).operator->()).*field, row.at(2).c_str())
+            << row[1];
+    }
 }
 
 TEST(PfbHeader, LaterLinesReplaceEarlierOnesWhole) {
@@ -184,14 +146,6 @@ TEST(PfbHeader, OverwritesOnlySeparatorsThatWereReached) {
     std::string expected = text;
     expected[6] = expected[17] = expected[29] = '\0';
     EXPECT_EQ(Parsed(text).buffer().substr(0, text.size()), expected);
-}
-
-TEST(PfbHeader, TimeStaysLinear) {
-    std::string text = type1Text({kMagicLine});
-    while (text.size() < 16u << 20) {
-        text += "/Notice(\r\n/FontName /\r/Weight\r";
-    }
-    EXPECT_STREQ(Parsed(text + "/Weight last")->weight, "last");
 }
 
 }  // namespace
