@@ -102,6 +102,7 @@ TEST_F(ConcurrencyPipeline, AFileOfManyRecordsDoesNotStopTheParsing) {
 TEST_F(ConcurrencyPipeline, TheRegistryAndTheCountersCanBeUsedWhileAScanRuns) {
     writeFiles(200);
     const auto parser = coordinator();
+    parser->setLookAhead(2);  // helpers ask all parsers about each file
     ScanHost host(*parser);
     std::atomic<bool> ended{false};
     std::thread registrar([&] {

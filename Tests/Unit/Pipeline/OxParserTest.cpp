@@ -364,14 +364,16 @@ TEST_F(Pipeline, HelpersTakeNoDescriptorThatTheReaderNeeds) {
         ::close_range(STDERR_FILENO + 1, ~0U, 0);
         const std::string good = recordsOf(folder.path(), 0);
         bool succeeds = false;
-        for (rlim_t most = 4; most <= 64; ++most) {
-            const rlimit limit = {most, RLIM_INFINITY};
+        rlimit limit;
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        for (int most = 4; most <= 64; ++most) {
+            limit.rlim_cur = static_cast<rlim_t>(most);
             if (::setrlimit(RLIMIT_NOFILE, &limit) != 0) {
                 return 1;
             }
             succeeds = succeeds || recordsOf(folder.path(), 0) == good;
             if (succeeds && recordsOf(folder.path(), 4) != good) {
-                return static_cast<int>(most);
+                return most;
             }
         }
         return succeeds ? 0 : 2;
