@@ -14,7 +14,7 @@ namespace {
 // The program's own form of a record, without its tables.
 class JsonResult : public FontResult {
   public:
-    explicit JsonResult(const OxFont& font) : FontResult(boost::make_shared<OxFont>(font), 1, 1) {}
+    explicit JsonResult(const OxFont& font) : FontResult(boost::make_shared<OxFont>(font)) {}
     std::vector<Row> tableRows() const override { return {}; }
     std::vector<Row> csvRows() const override { return {}; }
 };

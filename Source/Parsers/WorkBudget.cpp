@@ -20,7 +20,7 @@ constexpr std::uint64_t kAllowance = 16 * kMebibyte;
 constexpr std::uint64_t kSumsPerDigest = 8;  // a byte is summed that much faster than digested
 constexpr std::uint64_t kStepCost = 256;
 constexpr std::uint64_t kNameCost = 64;
-constexpr std::uint64_t kStrikeCost = 32 * 1024;
+constexpr std::uint64_t kStrikeCost = std::uint64_t{32} * 1024;
 
 constexpr std::uint64_t kMostTextKept = 256 * kMebibyte;
 constexpr std::uint64_t kMostSuitcaseWork = 8192 * kMebibyte;

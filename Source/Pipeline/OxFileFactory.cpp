@@ -50,6 +50,9 @@ void OxFileFactory::produceFiles() {
         logChannel().error("The walk was ended by an unknown exception");
     }
     coordinator_->setTotalFilesToParse(filesFound_);
+    if (cancelled_ && coordinator_->tolerantWalk()) {
+        pathQueue_->clear();  // of a file that was on its way while the walk was cancelled
+    }
     pathQueue_->push(fs::path());
     try {
         coordinator_->NotifyFileCompletion(cancelled_);

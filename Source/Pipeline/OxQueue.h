@@ -76,13 +76,12 @@ class OxQueue {
         return Place::eWaiting;
     }
 
-    /// Removes every item, front first.
+    /// Removes every item, front first. Others need not wait for that: the items may be many.
     void clear() {
+        std::deque<T> removed;
         const boost::lock_guard<boost::mutex> lock(mutex_);
-        while (!items_.empty()) {
-            items_.pop_front();
-            ++taken_;
-        }
+        removed.swap(items_);
+        taken_ += removed.size();
     }
 
   private:

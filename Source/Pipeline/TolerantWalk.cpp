@@ -86,7 +86,7 @@ void TolerantWalk::run(const fs::path& source) {
     }
 }
 
-void TolerantWalk::visit(const fs::path& path, const Entry& entry) {
+void TolerantWalk::visit(const fs::path& path, unsigned char type) {
     struct stat status;
     const int error = ::stat(path.c_str(), &status) == 0 ? 0 : errno;
     if (error != 0 && !isMissing(error)) {
@@ -96,8 +96,9 @@ void TolerantWalk::visit(const fs::path& path, const Entry& entry) {
         if (!forks_.isSidecar(path)) {
             found_(path);
         }
-    } else if (!ForkLocator::isSidecarFolder(entry.name) && !isLeftOut(path, status)) {
-        if (isLink(path, entry.type)) {
+    } else if (!ForkLocator::isSidecarFolder(path.filename().native()) &&
+               !isLeftOut(path, status)) {
+        if (isLink(path, type)) {
             links_.push_back(path);
         } else {
             enter(path, status);
@@ -109,25 +110,27 @@ void TolerantWalk::enter(const fs::path& folder, const struct stat& status) {
     if (!entered_.emplace(status.st_dev, status.st_ino).second) {
         return;
     }
-    // Of a heap rather than sorted at once, so that the walk can end while a huge folder is put in
-    // order, and names are let go of as they are walked.
-    std::vector<Entry> entries = entriesOf(folder);
-    const auto comesLater = [](const Entry& a, const Entry& b) { return a.name > b.name; };
+    // Taken from a heap rather than sorted at once, so that the walk can end while a huge folder is
+    // put in order.
+    auto [names, entries] = list(folder);
+    const auto comesLater = [&names = names](const Entry& a, const Entry& b) {
+        return std::strcmp(&names[a.name], &names[b.name]) > 0;
+    };
     std::make_heap(entries.begin(), entries.end(), comesLater);
     while (!entries.empty() && !cancelled_) {
         std::pop_heap(entries.begin(), entries.end(), comesLater);
-        const Entry entry = std::move(entries.back());
+        const Entry entry = entries.back();
         entries.pop_back();
-        visit(folder / entry.name, entry);
+        visit(folder / &names[entry.name], entry.type);
     }
 }
 
-std::vector<TolerantWalk::Entry> TolerantWalk::entriesOf(const fs::path& folder) {
+TolerantWalk::Listing TolerantWalk::list(const fs::path& folder) {
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(folder.c_str()), ::closedir);
-    std::vector<Entry> entries;
+    Listing listing;
     if (!stream) {
         fail(folder, errno);
-        return entries;
+        return listing;
     }
     // What an automounter has put there now is entered, too.
     struct stat status;
@@ -144,10 +147,11 @@ std::vector<TolerantWalk::Entry> TolerantWalk::entriesOf(const fs::path& folder)
             break;
         }
         if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
-            entries.push_back({entry->d_name, entry->d_type});
+            listing.entries.push_back({listing.names.size(), entry->d_type});
+            listing.names.append(entry->d_name).push_back('\0');
         }
     }
-    return entries;
+    return listing;
 }
 
 bool TolerantWalk::isLeftOut(const fs::path& folder, const struct stat& status) {

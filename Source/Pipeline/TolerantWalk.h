@@ -43,13 +43,18 @@ class TolerantWalk {
   private:
     using FolderId = std::pair<dev_t, ino_t>;
     struct Entry {
-        std::string name;
+        std::size_t name;    // where it begins in the listing's names
         unsigned char type;  // DT_LNK and so on; many file systems do not tell
     };
+    // A folder may hold millions, so the names share one piece of memory.
+    struct Listing {
+        std::string names;  // each ended by a zero byte
+        std::vector<Entry> entries;
+    };
 
-    void visit(const boost::filesystem::path& path, const Entry& entry);
+    void visit(const boost::filesystem::path& path, unsigned char type);
     void enter(const boost::filesystem::path& folder, const struct stat& status);
-    std::vector<Entry> entriesOf(const boost::filesystem::path& folder);
+    Listing list(const boost::filesystem::path& folder);
     bool isLeftOut(const boost::filesystem::path& folder, const struct stat& status);
     void fail(const boost::filesystem::path& path, int error) const;
 

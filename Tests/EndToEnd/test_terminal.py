@@ -43,6 +43,13 @@ class TableTest(ProgramTest):
                     self.assertTrue(all("…" in line and line.endswith(".ttf")
                                         for line in lines[1:]))
 
+    def test_what_tells_two_lines_apart_is_not_cut(self):
+        self.write("a.ttf", sfnt.font("Acme", lost=b"post"))
+        self.write("out/A/Acme/Unknown/a.ttf", b"something else")
+        self.assertRegex(self.in_terminal(80, "check", "a.ttf", status=1), "Font file .*…[a-z]*: post ")
+        self.assertIn("taken by something else\n",
+                      self.in_terminal(80, "import", "a.ttf", "--to", "out", status=1))
+
     def test_outside_a_terminal_nothing_is_cut(self):
         family = "A family name that is far too long for any column of the table"
         place = self.write("folder %s/a.ttf" % ("x" * 200), sfnt.font(family))

@@ -10,7 +10,7 @@ ResultShape checkShape() {
     shape.table = {
         {"LEVEL", 7, 7, 0, 0},
         {"CODE", 5, 5, 0, 0, Align::Right},
-        {"DEFECT", 40, 76, 3, 0},
+        {"DEFECT", 40, 76, 3, 0, Align::Left, Cut::Middle},
         {"FONT", 20, 30, 1, 140},
         {"FILE", 20, 1000, 2, 0, Align::Left, Cut::Start},
     };

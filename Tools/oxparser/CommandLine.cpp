@@ -21,18 +21,19 @@
 namespace {
 
 constexpr char kFolderNote[] =
-    "Without a PATH, the system's and the user's font folders are scanned. A PATH given twice is\n"
-    "scanned once.";
+    "Without a PATH, the system's and the user's font folders are scanned. A PATH\n"
+    "given twice is scanned once.";
 constexpr char kExplainNote[] =
-    "Without a CODE, all of them are explained. In the table, square brackets hold remarks on\n"
-    "codes that the catalogue of messages does not know.";
+    "Without a CODE, all of them are explained. In the table, square brackets hold\n"
+    "remarks on codes that the catalogue of messages does not know.";
 constexpr char kImportNote[] =
-    "Fonts go to FOLDER/INITIAL/FAMILY/FOUNDRY/FILE. Nothing that exists is ever overwritten. A\n"
-    "line for each font says what became of it: copied, same, differs, no-folder, no-file,\n"
-    "refused or failed. A FOLDER inside a PATH is left out of the scan.";
+    "Fonts go to FOLDER/INITIAL/FAMILY/FOUNDRY/FILE. Nothing that exists is ever\n"
+    "overwritten. A line for each font says what became of it: copied, same, differs,\n"
+    "no-folder, no-file, refused or failed. A FOLDER inside a PATH is left out of the\n"
+    "scan; a PATH given twice is scanned once.";
 constexpr char kStatusNote[] =
-    "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong usage;\n"
-    "130 or 143 after an interrupt or a termination signal.";
+    "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong\n"
+    "usage; 130 or 143 after an interrupt or a termination signal.";
 
 /// A command whose arguments reach the program exactly as given. CLI11 would take a positional
 /// argument such as "[Fonts]" for a list and drop its brackets, so these are the ones left over.
@@ -120,11 +121,11 @@ void addFormat(CLI::App& command, Options& options) {
 void addScanOptions(CLI::App& command, Options& options) {
     addFormat(command, options);
     addChoice(command, "--progress", "auto|always|never", kProgressModes, options.progress,
-              "Progress on standard error; auto: only on a terminal (auto)");
+              "Progress on standard error; auto: on a terminal (auto)");
     addChoice(command, "--fail-on", "error|warning|never", kFailOns, options.failOn,
               options.failOn == FailOn::Error
-                  ? "Exit with 1 when a record carries such a defect (error)"
-                  : "Exit with 1 when a record carries such a defect (never)");
+                  ? "Exit with 1 when a record has such a defect (error)"
+                  : "Exit with 1 when a record has such a defect (never)");
     CLI::Option* list = addFile(command, "--files-from", options.filesFrom,
                                 "More paths, one a line; - is standard input");
     command.add_flag("--null", options.nullSeparated, "Those paths are separated by zero bytes")

@@ -29,7 +29,7 @@ ResultShape importShape() {
         {"OUTCOME", 9, 9, 0, 0},
         {"SOURCE", 20, 60, 1, 0, Align::Left, Cut::Start},
         {"DESTINATION", 24, 80, 2, 0, Align::Left, Cut::Start},
-        {"WHY", 4, 1000, 1, 0},
+        {"WHY", 4, 1000, 1, 0, Align::Left, Cut::Never},
     };
     shape.csv = {"outcome", "source", "destination", "error"};
     return shape;

@@ -45,6 +45,34 @@ bool turnsDirection(char32_t c) {
            (c >= 0x2066 && c <= 0x2069);
 }
 
+// The first cells of a text and its last, with an ellipsis between. Combining marks go with the
+// character before them, so none is left without its base.
+std::string withoutMiddle(const std::string& text, int firstCells, int lastCells) {
+    std::size_t startEnd = 0;
+    std::size_t position = 0;
+    int left = displayWidth(text);
+    for (int taken = 0; position < text.size();) {
+        const int cells = characterWidth(nextCodePoint(text, position));
+        taken += cells;
+        if (taken > firstCells) {
+            break;
+        }
+        left -= cells;
+        startEnd = position;
+    }
+    std::size_t end = startEnd;
+    while (end < text.size()) {
+        position = end;
+        const int cells = characterWidth(nextCodePoint(text, position));
+        if (left <= lastCells && cells > 0) {
+            break;
+        }
+        left -= cells;
+        end = position;
+    }
+    return text.substr(0, startEnd) + kEllipsis + text.substr(end);
+}
+
 }  // namespace
 
 bool isTerminal(int descriptor) {
@@ -103,50 +131,23 @@ int displayWidth(std::string_view safeText) {
 }
 
 std::string cutToWidth(const std::string& safeText, int width, Cut cut) {
-    int total = displayWidth(safeText);
-    if (total <= width || cut == Cut::Never) {
+    if (displayWidth(safeText) <= width || cut == Cut::Never) {
         return safeText;
     }
     if (width <= 0) {
         return {};
     }
-    std::size_t position = 0;
-    if (cut == Cut::Start) {
-        // Combining marks go with the character before them, so none is left without its base.
-        while (position < safeText.size()) {
-            std::size_t next = position;
-            const int cells = characterWidth(nextCodePoint(safeText, next));
-            if (total <= width - 1 && cells > 0) {
-                break;
-            }
-            total -= cells;
-            position = next;
-        }
-        return kEllipsis + safeText.substr(position);
-    }
-    int taken = 0;
-    while (position < safeText.size()) {
-        std::size_t next = position;
-        const int cells = characterWidth(nextCodePoint(safeText, next));
-        if (taken + cells > width - 1) {
-            break;
-        }
-        taken += cells;
-        position = next;
-    }
-    return safeText.substr(0, position) + kEllipsis;
+    const int text = width - 1;
+    // Much more of the start: a detail at the end is a number or a name.
+    const int start = cut == Cut::End ? text : cut == Cut::Start ? 0 : text * 4 / 5;
+    return withoutMiddle(safeText, start, text - start);
 }
 
 std::string pathText(std::string_view path) {
-    std::string text = safeText(path);
-    const std::size_t end = text.find_last_not_of('/');
-    const std::size_t slash = text.rfind('/', end);
-    const std::string last = text.substr(slash == std::string::npos ? 0 : slash);
-    const int rest = std::max(kMostPathCells - kPathStartCells, displayWidth(last) + 1);
-    if (displayWidth(text) <= kPathStartCells + rest) {
-        return text;
-    }
-    // Both parts bring an ellipsis.
-    return cutToWidth(text, kPathStartCells, Cut::End) +
-           cutToWidth(text, rest, Cut::Start).substr(sizeof kEllipsis - 1);
+    const std::string text = safeText(path);
+    const std::size_t slash = text.rfind('/', text.find_last_not_of('/'));
+    const int name = displayWidth(text.substr(slash == std::string::npos ? 0 : slash));
+    const int end = std::max(kMostPathCells - kPathStartCells, name);
+    return displayWidth(text) <= kPathStartCells + end ? text
+                                                       : withoutMiddle(text, kPathStartCells, end);
 }

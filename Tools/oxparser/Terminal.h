@@ -28,8 +28,8 @@ int displayWidth(std::string_view safeText);
 /// its start nor its last element.
 std::string pathText(std::string_view path);
 
-/// Which end of a text that is too wide goes; Never: the terminal wraps it.
-enum class Cut { End, Start, Never };
+/// What of a text that is too wide goes; Never: the terminal wraps it.
+enum class Cut { End, Start, Middle, Never };
 
 /// Safe text cut to at most `width` cells, with an ellipsis where something is missing.
 std::string cutToWidth(const std::string& safeText, int width, Cut cut);

@@ -17,7 +17,7 @@ constexpr SfntFormat::Version kVersions[] = {
     {kTrueTypeVersion, -1, "MacOrWindows"},
 };
 // The tag is not that of a real CFF table ('CFF ', upper case); hosts see no CFF diagnostics.
-constexpr SfntTable kNameIndexTable = {0x00636666, 0,  "parsing cff", readNameIndex, 11050, "", 0,
+constexpr SfntTable kNameIndexTable = {0x00636666, 0,  "parsing cff", readNameIndex, 11050, 0, "",
                                        "",         "", nullptr};
 constexpr SfntFormat kFormat = {kCategory, kVersions,        -1,          true,
                                 false,     &kNameIndexTable, OxFont::OTPS};

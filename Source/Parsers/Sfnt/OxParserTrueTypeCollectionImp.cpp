@@ -1,17 +1,20 @@
 #include "OxParserTrueTypeCollectionImp.h"
 
 #include <array>
+#include <cerrno>
 #include <exception>
 #include <memory>
 #include <new>
 
 #include "Log.h"
 #include "ParserSupport.h"
+#include "RegularFile.h"
 #include "SfntFile.h"
 
 namespace {
 
 namespace fs = boost::filesystem;
+using boost::system::error_code;
 using FontList = boost::ptr_vector<OxFont>;
 
 constexpr char kCategory[] = "OxParserTrueTypeCollectionImp";
@@ -19,6 +22,16 @@ constexpr char kExtension[] = ".TTC";
 constexpr SfntFormat kFormat = {kCategory, {}, -1, true, true, nullptr, OxFont::TTC};
 
 constexpr std::uint64_t kHeaderSize = 12;
+
+// What keeps a regular file from being read.
+error_code readError(const fs::path& file) {
+    RegularFile opened;
+    error_code error = opened.open(file);
+    if (std::uint8_t byte = 0; !error) {
+        opened.read(0, {&byte, 1}, error);
+    }
+    return error.value() == EOPNOTSUPP ? error_code() : error;
+}
 
 }  // namespace
 
@@ -52,7 +65,12 @@ OxParserTrueTypeCollectionImp::~OxParserTrueTypeCollectionImp() = default;
 
 FontList* OxParserTrueTypeCollectionImp::parseFontFile(fs::path file) {
     LogChannel(kCategory).info("parseFontFile:  ");
-    return validate(file);
+    FontList* const fonts = validate(file);
+    // That there is no record is all that anybody would see of it.
+    if (const error_code error = fonts->empty() ? readError(file) : error_code()) {
+        reportFileError(file, error.message());
+    }
+    return fonts;
 }
 
 bool OxParserTrueTypeCollectionImp::inspectFont(fs::path file) {

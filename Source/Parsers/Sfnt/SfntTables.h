@@ -19,8 +19,8 @@ struct SfntTable {
     const char* logText;
     Reader read;  ///< null: the table has nothing but its checksum
     int failedCode;
+    int checksumCode;  ///< 0: the table has no checksum comparison
     const char* failedText;
-    int checksumCode;           ///< 0: the table has no checksum comparison
     const char* checksumLabel;  ///< up to and including "stored" and its separator
     const char* exceptionLabel;
     const char* checksumKey;  ///< attribute that gets the stored checksum, right or wrong, or null

@@ -2,6 +2,8 @@
 // and by what was read, never by time. A parser that breaks its bound badly runs into the time
 // limit of the tests.
 #include <fstream>
+#include <functional>
+#include <ostream>
 
 #include "MacFontBuilder.h"
 #include "OxParserDfontImp.h"
@@ -96,7 +98,7 @@ std::uint64_t bytesRead() {
 struct Hostile {
     const char* name;
     const char* fileName;
-    Bytes bytes;
+    std::function<Bytes()> make;
     std::size_t records = 0;  // 0: as many as the memory for them allows
     bool isCut = true;
     std::uint64_t mostKept = std::uint64_t{40} << 20;  // beside 32 times the file's size
@@ -137,37 +139,50 @@ Bytes halfKeys() {
     return bytesOf(text);
 }
 
+void PrintTo(const Hostile& font, std::ostream* out) {
+    *out << font.name;
+}
+
+constexpr std::size_t kMegabyte = 1'000'000;
+
+std::function<Bytes()> otf(std::string_view tag, Bytes (*table)(std::size_t), std::size_t size) {
+    return [=] { return entangled(tag, 4, table(size), 1, false); };
+}
+
+std::function<Bytes()> ttc(std::string_view tag, Bytes (*table)(std::size_t), std::size_t size,
+                           std::uint32_t members, std::uint32_t length = 4) {
+    return [=] { return entangled(tag, length, table(size), members, true); };
+}
+
+Bytes zeros(std::size_t size) {
+    return Bytes(size);
+}
+
 std::vector<Hostile> hostileFonts() {
-    constexpr std::size_t kMegabyte = 1'000'000;
-    const auto otf = [](std::string_view tag, const Bytes& table) {
-        return entangled(tag, 4, table, 1, false);
-    };
-    const auto ttc = [](std::string_view tag, const Bytes& table, std::uint32_t members,
-                        std::uint32_t length = 4) {
-        return entangled(tag, length, table, members, true);
-    };
     return {
-        {"empty subtables", "a.otf", otf("kern", emptySubtables(kMegabyte))},
-        {"name indexes", "a.otf", otf(std::string_view("\0cff", 4), nameIndex(140'000))},
-        {"few members", "a.ttc", ttc("kern", emptySubtables(56'000), 16)},
-        {"many members", "a.ttc", ttc("kern", emptySubtables(56'000), 100'000)},
-        {"members that stand", "a.ttc", ttc("kern", standingClasses(5'000), 4096)},
-        {"members' names", "a.ttc", ttc("name", longNames(80'000), 4096, 12)},
-        {"more members than are counted", "a.ttc", claims(1'000'000, 20'012), 4096},
+        {"EmptySubtables", "a.otf", otf("kern", emptySubtables, kMegabyte)},
+        {"NameIndexes", "a.otf", otf(std::string_view("\0cff", 4), nameIndex, 140'000)},
+        {"FewMembers", "a.ttc", ttc("kern", emptySubtables, 56'000, 16)},
+        {"ManyMembers", "a.ttc", ttc("kern", emptySubtables, 56'000, 100'000)},
+        {"MembersThatStand", "a.ttc", ttc("kern", standingClasses, 5'000, 4096)},
+        {"MembersNames", "a.ttc", ttc("name", longNames, 80'000, 4096, 12)},
+        {"MoreMembersThanAreRead", "a.ttc", [] { return claims(1'000'000, 20'012); }, 4096},
         // 36 MB a member against 256 times the file and 16 MiB.
-        {"sums", "a.ttc", ttc("glyf", Bytes(kMegabyte), 20, kMegabyte), 8},
+        {"Sums", "a.ttc", ttc("glyf", zeros, kMegabyte, 20, kMegabyte), 8},
         // Nothing is added up of a table of such a length, so it costs nothing.
-        {"lengths without a sum", "a.ttc", ttc("glyf", Bytes(64), 30, 0xFFFFFFFF), 30, false},
-        {"a resource", "a.dfont", resources(ttc("kern", emptySubtables(56'000), 4000))},
+        {"LengthsWithoutASum", "a.ttc", ttc("glyf", zeros, 64, 30, 0xFFFFFFFF), 30, false},
+        {"AResource", "a.dfont",
+         [] { return resources(ttc("kern", emptySubtables, 56'000, 4000)()); }},
         // Table counts up to byte 4,998 can be read: members 0 to 1,245.
-        {"claims of a small resource", "a.dfont", resources(claims(0xFFFFFFFF, 5'000)), 1246,
-         false},
+        {"ClaimsOfASmallResource", "a.dfont", [] { return resources(claims(0xFFFFFFFF, 5'000)); },
+         1246, false},
         // 30,000 bytes a member against 64 times that and 16 MiB.
-        {"claims of a resource", "a.dfont", resources(claims(7'000, 30'000)), 624},
-        {"one long name", "a.dfont", families(250, withLongName()), 0, true,
+        {"ClaimsOfAResource", "a.dfont", [] { return resources(claims(7'000, 30'000)); }, 624},
+        {"OneLongName", "a.dfont", [] { return families(250, withLongName()); }, 0, true,
          std::uint64_t{257} << 20},
-        {"one large font", "a.suit", macBinary(families(1000, outline("A", 1 << 20))), 1, false},
-        {"half keys", "a.pfb", halfKeys(), 1, false},
+        {"OneLargeFont", "a.suit", [] { return macBinary(families(1000, outline("A", 1 << 20))); },
+         1, false},
+        {"HalfKeys", "a.pfb", halfKeys, 1, false},
     };
 }
 
@@ -196,17 +211,22 @@ FontList parse(const char* fileName, const Bytes& bytes) {
     return fonts;
 }
 
-TEST(BoundedWork, EntangledFilesKeepWithinAMultipleOfTheirSize) {
-    for (const Hostile& font : hostileFonts()) {
-        const FontList fonts = parse(font.fileName, font.bytes);
-        ASSERT_FALSE(fonts.empty()) << font.name;
-        EXPECT_LE(bytesKept(fonts), 32 * font.bytes.size() + font.mostKept) << font.name;
-        EXPECT_EQ(count(fonts.back(), kEntangled), font.isCut ? 1 : 0) << font.name;
-        if (font.records != 0) {
-            EXPECT_THAT(fonts, SizeIs(font.records)) << font.name;
-        }
+class HostileFont : public testing::TestWithParam<Hostile> {};
+
+TEST_P(HostileFont, KeepsWithinAMultipleOfItsSize) {
+    const Hostile& font = GetParam();
+    const Bytes bytes = font.make();
+    const FontList fonts = parse(font.fileName, bytes);
+    ASSERT_FALSE(fonts.empty());
+    EXPECT_LE(bytesKept(fonts), 32 * bytes.size() + font.mostKept);
+    EXPECT_EQ(count(fonts.back(), kEntangled), font.isCut ? 1 : 0);
+    if (font.records != 0) {
+        EXPECT_THAT(fonts, SizeIs(font.records));
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BoundedWork, HostileFont, testing::ValuesIn(hostileFonts()),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(BoundedWork, EveryTableByItselfIsReadWhole) {
     SfntBuilder font = SfntBuilder::goodFont();

@@ -28,29 +28,17 @@ Bytes goodFond(std::size_t size = 60) {
 }
 
 TEST(ValidateFond, FieldsAndTheirBorders) {
-    struct Case {
-        std::size_t offset;
-        int width;
-        std::uint32_t good;
-        std::uint32_t bad;
-        const char* text;
-    };
-    static constexpr Case kCases[] = {
-        {4, 2, 255, 256, "Invalid first character"},
-        {6, 2, 255, 0x8000, "Invalid last character"},
-        {16, 4, 60, 61, "Invalid width table offset"},
-        {16, 4, 0, 0xFFFFFFFF, "Invalid width table offset"},
-        {20, 4, 60, 61, "Invalid kerning table offset"},
-        {24, 4, 60, 0xFFFFFFFF, "Invalid style table offset"},
-        {52, 2, 50, 51, "Invalid number of assoc entries"},
-        {52, 2, 0, 0xFFFF, "Invalid number of assoc entries"},
-    };
-    for (const Case& c : kCases) {
-        Bytes fond = goodFond();
-        patch(fond, c.offset, c.width, c.good);
-        EXPECT_EQ(checkFond(fond), "passes ") << c.text;
-        patch(fond, c.offset, c.width, c.bad);
-        EXPECT_EQ(checkFond(fond), std::string("fails error 0 Corrupt FOND:  ") + c.text);
+    for (const Lines& row : rowsOf("fond-fields.tsv")) {
+        const auto number = [&row](std::size_t i) {
+            return static_cast<std::uint32_t>(std::stoul(row.at(i)));
+        };
+        const auto outcomeWith = [&](std::uint32_t value) {
+            Bytes fond = goodFond();
+            patch(fond, number(0), static_cast<int>(number(1)), value);
+            return checkFond(fond);
+        };
+        EXPECT_EQ(outcomeWith(number(2)), "passes ") << row[0];
+        EXPECT_EQ(outcomeWith(number(3)), "fails error 0 Corrupt FOND:  " + row.at(4));
     }
 }
 
@@ -217,28 +205,14 @@ TEST(PrinterFontFileName, FiveThreeThree) {
 }
 
 TEST(MultipleMasterNames, AreToldAndTaken) {
-    EXPECT_TRUE(Mac::isMultipleMasterStem("%Myria_400"));
-    EXPECT_FALSE(Mac::isMultipleMasterStem("%Myria"));
-    EXPECT_FALSE(Mac::isMultipleMasterStem("Myria_400"));
-    EXPECT_TRUE(Mac::isMultipleMasterFond("Myria_400"));
-    EXPECT_TRUE(Mac::isMultipleMasterFond("MyriadMM"));
-    EXPECT_FALSE(Mac::isMultipleMasterFond("Myriad"));
-    EXPECT_FALSE(Mac::isMultipleMasterFond("MyriadMM_%"));
-
-    const auto stripped = [](std::string name) {
+    for (const Lines& row : rowsOf("multiple-master-names.tsv")) {
+        std::string name = row.at(0);
+        EXPECT_EQ(Mac::isMultipleMasterStem(name), row.at(1) == "stem") << name;
+        EXPECT_EQ(Mac::isMultipleMasterFond(name), row.at(1) == "family") << name;
+        EXPECT_EQ(Mac::getMMFamilyName(name), row.at(3)) << name;
         Mac::stripMultipleMasterEncoding(name);
-        return name;
-    };
-    EXPECT_EQ(stripped("Myria_400_600"), "Myria");
-    EXPECT_EQ(stripped("MyriadMM"), "MyriadMM");
-    EXPECT_EQ(stripped("%Myria_400"), "yria");
-    EXPECT_EQ(stripped("%Myria"), "%Myria");
-
-    EXPECT_EQ(Mac::getMMFamilyName("MyriadMM"), "Myriad");
-    EXPECT_EQ(Mac::getMMFamilyName("Myriad"), "Myriad");
-    EXPECT_EQ(Mac::getMMFamilyName("%MyriadMM_1"), "yriad");
-    EXPECT_EQ(Mac::getMMFamilyName("%MMyriadMM"), "MyriadMM") << "the prefix's M counts, too";
-    EXPECT_EQ(Mac::getMMFamilyName("%M"), "");
+        EXPECT_EQ(name, row.at(2));
+    }
 }
 
 TEST(MacRomanNames, BecomeUtf8) {

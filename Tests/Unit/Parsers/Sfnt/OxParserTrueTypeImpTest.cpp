@@ -136,39 +136,21 @@ TEST_F(TrueTypeParser, AStructureMustFitButOldOS2TablesPass) {
 }
 
 TEST_F(TrueTypeParser, EachTablesChecksumIsComparedAndItsReaderFailsWithItsCode) {
-    const struct {
-        const char* tag;
-        const char* checksum;
-        const char* prefix;
-        const char* failure;
-    } kRows[] = {
-        {"OS/2", "11032 OS/2 table checksum:  stored", "os2", "11022"},
-        {"cmap", "11024 Character map table checksum:  stored", "cmap", "11014"},
-        {"glyf", "11027 Glyf table checksum:  stored", "glyf", "11017"},
-        {"head", "11025 Font header table checksum:  stored=", "head", "11015"},
-        {"hhea", "11026 Horiziontal header table checksum:  stored", "hhea", "11016"},
-        {"hmtx", "11028 Horizontal metrics table checksum:  stored", "hmtx", "11018"},
-        {"loca", "11029 Glyf location table checksum:  stored", "loca", "11019"},
-        {"maxp", "11030 Maximum Profile Table checksum:  stored", "maxp", "11020"},
-        {"name", "11031 Name Table checksum:  stored", "name", "11021"},
-        {"post", "11033 Postscript table checksum:  stored", "os2", "11023"},
-        {"kern", "11052 Kerning table checksum:  stored", "kern", "11051 Invalid kerning table"}};
     const SfntBuilder good = goodFont().table("kern", SfntBuilder::kernTable({1}));
-    for (const auto& row : kRows) {
+    for (const Lines& row : rowsOf("sfnt-tables.tsv")) {
         SfntBuilder font = good;
-        const std::string sum = std::to_string(SfntBuilder::checksum(font[row.tag].data));
-        font[row.tag].checksum = 1234;
-        EXPECT_EQ(memoryProblems(font),
-                  std::string("warning ") + row.checksum + " 1234 calculated " + sum);
+        const std::string sum = std::to_string(SfntBuilder::checksum(font[row[0]].data));
+        font[row[0]].checksum = 1234;
+        EXPECT_EQ(memoryProblems(font), "warning " + row[1] + " 1234 calculated " + sum);
         EXPECT_EQ(one(font).getAttribute(eFamilyname), "Acme Sans") << "it is still read";
 
         // Offset and length add up to less than the image by wrapping: the preflight lets it pass.
         font = good;
-        font[row.tag].offset = 0xFFFFFFFD;
-        font[row.tag].length = 0x80;
-        EXPECT_EQ(memoryProblems(font), std::string("error 0 ") + row.prefix +
-                                            ":  read past the end of the font data; error " +
-                                            row.failure);
+        font[row[0]].offset = 0xFFFFFFFD;
+        font[row[0]].length = 0x80;
+        EXPECT_EQ(
+            memoryProblems(font),
+            "error 0 " + row[2] + ":  read past the end of the font data; error " + row.at(3));
     }
 }
 
