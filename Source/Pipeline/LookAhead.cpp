@@ -103,7 +103,7 @@ void LookAhead::claim(Lock& lock, Lanes& lanes) {
 bool LookAhead::open(Lane& lane) {
     boost::filesystem::path path;
     try {
-        if (paths_.peek(lane.number, path) == PathQueue::Place::NotThereYet) {
+        if (paths_.peek(lane.number, path) == PathQueue::Place::eNotThereYet) {
             return false;
         }
         // The status first: opening a device is not without effect.

@@ -50,15 +50,11 @@ class RecordBatch {
             passOn();
         }
     }
-    void passOn() {
-        for (const boost::shared_ptr<OxFont>& font : std::exchange(records_, {})) {
-            fonts_.push(font);
-        }
-    }
+    void passOn() { fonts_.pushAll(std::exchange(records_, {})); }
 
   private:
     using Clock = std::chrono::steady_clock;
-    static constexpr std::size_t kEnough = 8;
+    static constexpr std::size_t kEnough = 16;
     static constexpr std::chrono::milliseconds kLongest{2};
 
     OxFontFactory::FontQueue& fonts_;

@@ -5,7 +5,9 @@
 #include <boost/thread/mutex.hpp>
 #include <cstddef>
 #include <deque>
+#include <iterator>
 #include <utility>
+#include <vector>
 
 /// An unbounded first-in-first-out queue between threads, with any number of pushers and exactly
 /// one taker. The end of a stream travels in the data.
@@ -22,6 +24,18 @@ class OxQueue {
         boost::unique_lock<boost::mutex> lock(mutex_);
         const bool wasEmpty = items_.empty();
         items_.push_back(item);
+        lock.unlock();
+        if (wasEmpty) {
+            condition_.notify_one();
+        }
+    }
+
+    /// Appends `items` in their order, in one step for the taker.
+    void pushAll(std::vector<T>&& items) {
+        boost::unique_lock<boost::mutex> lock(mutex_);
+        const bool wasEmpty = items_.empty();
+        items_.insert(items_.end(), std::make_move_iterator(items.begin()),
+                      std::make_move_iterator(items.end()));
         lock.unlock();
         if (wasEmpty) {
             condition_.notify_one();
@@ -47,19 +61,19 @@ class OxQueue {
         return true;
     }
 
-    enum class Place { Taken, Waiting, NotThereYet };
+    enum class Place { eTaken, eWaiting, eNotThereYet };
     /// Where the item is that is the `number`th to be taken, counted from 0 over the queue's whole
     /// life. `out` becomes a copy of one that is waiting.
     Place peek(std::size_t number, T& out) const {
         const boost::lock_guard<boost::mutex> lock(mutex_);
         if (number < taken_) {
-            return Place::Taken;
+            return Place::eTaken;
         }
         if (number - taken_ >= items_.size()) {
-            return Place::NotThereYet;
+            return Place::eNotThereYet;
         }
         out = items_[number - taken_];
-        return Place::Waiting;
+        return Place::eWaiting;
     }
 
     /// Removes every item, front first. Others need not wait for that: the items may be many.
