@@ -58,9 +58,10 @@ FUZZ_TARGET(PSOutline) {
         chunk.insert(chunk.end(), parts.rest().data(), parts.rest().data() + parts.rest().size());
         constexpr std::uint8_t kEnd[] = {5, 0};
         ResourceFileWriter writer;
-        writer.add(kPostType, 501, "", 0, ByteView(chunk));
-        writer.add(kPostType, 502, "", 0, ByteView(kEnd));
-        built = writer.build();
+        if (writer.add(kPostType, 501, "", 0, ByteView(chunk)) &&
+            writer.add(kPostType, 502, "", 0, ByteView(kEnd))) {
+            built = writer.build();
+        }
     }
     const ByteView fork = built.empty() ? parts.rest() : ByteView(built);
     const auto file = writeMacFile("AcmeBol", fourCharCode("LWFN"), fork);
