@@ -33,7 +33,7 @@ class WatchingMover : public OxFontMover {
             any = any || (!element.empty() && element != ".");
         }
         check(any, "an output that is not the destination itself", text);
-        setLastCopy(CopyResult{CopyOutcome::Copied, {}});
+        setLastCopy(CopyResult{CopyOutcome::eCopied, {}});
     }
 
   private:
@@ -60,7 +60,7 @@ void importFont(const std::string& family, const std::string& foundry,
     std::cout.rdbuf(out);
 
     check(copies.size() == 1, "one outcome a font");
-    check((copies[0].outcome == CopyOutcome::NoFile) == fileName.empty(),
+    check((copies[0].outcome == CopyOutcome::eNoFile) == fileName.empty(),
           "a font without a file, and no other, is no-file");
     const fs::path relative = importer.createPath(family, foundry, fileName);
     check(font->getAttribute(eFontFilePath) == relative.parent_path().string(),

@@ -54,13 +54,13 @@ std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {
     const auto size = static_cast<std::size_t>(version.size);
     const Supplied supplied = theSupplier != nullptr && file_->isOpen()
                                   ? theSupplier->supply(version, padding, buffer, md5_)
-                                  : Supplied::Nothing;
-    if (supplied == Supplied::Everything) {
+                                  : Supplied::eNothing;
+    if (supplied == Supplied::eEverything) {
         return size;
     }
     buffer.resize(size + padding);
     std::fill_n(buffer.data() + size, padding, std::uint8_t{0});
-    if (supplied == Supplied::Digest && readAt(0, buffer.data(), size) == size &&
+    if (supplied == Supplied::eDigest && readAt(0, buffer.data(), size) == size &&
         isStill(version)) {
         return size;
     }

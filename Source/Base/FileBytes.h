@@ -26,7 +26,7 @@ std::optional<std::uint64_t> regularFileSize(const boost::filesystem::path& file
 class FileBytes {
   public:
     /// Somebody who may have read a file already.
-    enum class Supplied { Nothing, Digest, Everything };
+    enum class Supplied { eNothing, eDigest, eEverything };
     class Supplier {
       public:
         Supplier() = default;

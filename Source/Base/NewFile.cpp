@@ -99,7 +99,7 @@ int NewFile::create(const FileDescriptor& folder, const std::string& name, mode_
 }
 
 bool NewFile::createUnnamed(mode_t mode) {
-    if ((ways_ & Unnamed) == 0) {
+    if ((ways_ & eUnnamed) == 0) {
         return false;
     }
     file_ = FileDescriptor(::openat(folder_, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
@@ -179,8 +179,8 @@ int NewFile::replace(const std::string& earlierFileId) {
 // change to it, anybody may put something else there.
 int NewFile::exchange(const std::string& earlierFileId) {
     const auto swapNames = [this] {
-        return (ways_ & Exchange) != 0 && ::renameat2(folder_, temporary_.c_str(), folder_,
-                                                      name_.c_str(), RENAME_EXCHANGE) == 0;
+        return (ways_ & eExchange) != 0 && ::renameat2(folder_, temporary_.c_str(), folder_,
+                                                       name_.c_str(), RENAME_EXCHANGE) == 0;
     };
     if (!swapNames()) {
         return replaceInSteps(earlierFileId);
@@ -249,7 +249,7 @@ int NewFile::linkUnnamed(const std::string& name) const {
 
 int NewFile::place(const std::string& from) {
     const char* const to = name_.c_str();
-    if ((ways_ & Link) != 0) {
+    if ((ways_ & eLink) != 0) {
         if (::linkat(folder_, from.c_str(), folder_, to, 0) == 0) {
             ::unlinkat(folder_, from.c_str(), 0);
             return 0;
@@ -258,7 +258,7 @@ int NewFile::place(const std::string& from) {
             return EEXIST;
         }
     }
-    if ((ways_ & Rename) != 0) {
+    if ((ways_ & eRename) != 0) {
         if (::renameat2(folder_, from.c_str(), folder_, to, RENAME_NOREPLACE) == 0) {
             return 0;
         }

@@ -21,15 +21,15 @@ class NewFile {
   public:
     /// The ways to get a file into place without replacing, best first. A test leaves some out.
     enum Ways : unsigned {
-        Unnamed = 1,    // no name before it is in place
-        Link = 2,       // a second name for the file; the first is removed
-        Rename = 4,     // renameat2 with RENAME_NOREPLACE
-        Claim = 8,      // an empty file of our own takes the name, the file is renamed over it
-        Exchange = 16,  // renameat2 with RENAME_EXCHANGE, to replace a file
-        AllWays = 31
+        eUnnamed = 1,    // no name before it is in place
+        eLink = 2,       // a second name for the file; the first is removed
+        eRename = 4,     // renameat2 with RENAME_NOREPLACE
+        eClaim = 8,      // an empty file of our own takes the name, the file is renamed over it
+        eExchange = 16,  // renameat2 with RENAME_EXCHANGE, to replace a file
+        eAllWays = 31
     };
 
-    explicit NewFile(unsigned ways = AllWays) : ways_(ways) {}
+    explicit NewFile(unsigned ways = eAllWays) : ways_(ways) {}
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
     /// Removes what was not put into place.

@@ -9,24 +9,24 @@
 
 /// What became of one font's copy.
 enum class CopyOutcome {
-    Copied,
-    Same,      ///< skipped: the destination holds the same data and resource fork already
-    Differs,   ///< skipped: the destination is taken by something else
-    NoFolder,  ///< skipped: the destination's folder does not exist
-    NoFile,    ///< the record names no file
-    Refused,   ///< the output path leaves the destination folder
-    Failed     ///< see the error code; nothing was left behind
+    eCopied,
+    eSame,      ///< skipped: the destination holds the same data and resource fork already
+    eDiffers,   ///< skipped: the destination is taken by something else
+    eNoFolder,  ///< skipped: the destination's folder does not exist
+    eNoFile,    ///< the record names no file
+    eRefused,   ///< the output path leaves the destination folder
+    eFailed     ///< see the error code; nothing was left behind
 };
 
 /// "copied", "same", "differs", "no-folder", "no-file", "refused", "failed".
 OXPARSER_EXPORT const char* copyOutcomeName(CopyOutcome outcome);
 
 struct CopyResult {
-    CopyOutcome outcome = CopyOutcome::Failed;
+    CopyOutcome outcome = CopyOutcome::eFailed;
     boost::system::error_code error;  ///< set with Failed only
 
     static CopyResult failed(const boost::system::error_code& error) {
-        return {CopyOutcome::Failed, error};
+        return {CopyOutcome::eFailed, error};
     }
     friend bool operator==(const CopyResult&, const CopyResult&) = default;
 };

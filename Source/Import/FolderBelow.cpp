@@ -72,7 +72,7 @@ FileDescriptor openElement(const FileDescriptor& folder, const std::string& name
         return FileDescriptor(::openat(folder.get(), name.c_str(), kOpenFolder | O_NOFOLLOW));
     };
     FileDescriptor element = open();
-    if (element.isOpen() || errno != ENOENT || missing == MissingFolders::Keep) {
+    if (element.isOpen() || errno != ENOENT || missing == MissingFolders::eKeep) {
         return element;
     }
     if (::mkdirat(folder.get(), name.c_str(), 0777) != 0 && errno != EEXIST) {
@@ -121,7 +121,7 @@ std::optional<fs::path> pathBelow(const fs::path& folder, const fs::path& file) 
 FileDescriptor openFolderBelow(const fs::path& root, const fs::path& relative,
                                MissingFolders missing, error_code& error) {
     error.clear();
-    if (missing == MissingFolders::Create && !root.empty()) {
+    if (missing == MissingFolders::eCreate && !root.empty()) {
         fs::create_directories(root, error);
         if (error) {
             return {};

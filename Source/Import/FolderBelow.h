@@ -12,7 +12,7 @@
 std::optional<boost::filesystem::path> pathBelow(const boost::filesystem::path& folder,
                                                  const boost::filesystem::path& file);
 
-enum class MissingFolders { Keep, Create };
+enum class MissingFolders { eKeep, eCreate };
 
 /// Opens the folder `relative`, a path that pathBelow answers or an empty one, below `root`, as a
 /// base for the ...at system calls.

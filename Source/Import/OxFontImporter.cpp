@@ -36,12 +36,12 @@ bool holdsParentElement(const fs::path& path) {
 
 CopyResult refused(const fs::path& output) {
     logChannel().error("Output path leaves the destination folder:  " + output.string());
-    return {CopyOutcome::Refused, {}};
+    return {CopyOutcome::eRefused, {}};
 }
 
 // The outcome for a further record of a file that has been dealt with.
 CopyResult repeated(const CopyResult& earlier) {
-    return earlier.outcome == CopyOutcome::Copied ? CopyResult{CopyOutcome::Same, {}} : earlier;
+    return earlier.outcome == CopyOutcome::eCopied ? CopyResult{CopyOutcome::eSame, {}} : earlier;
 }
 
 }  // namespace
@@ -127,7 +127,7 @@ void OxFontImporter::fontProgress(int /*parsed*/, int /*total*/, boost::shared_p
     std::cout << "Outpath = " << output.string() << std::endl;
 
     const CopyResult result =
-        fileName.empty() ? CopyResult{CopyOutcome::NoFile, {}} : place(source, output, font);
+        fileName.empty() ? CopyResult{CopyOutcome::eNoFile, {}} : place(source, output, font);
     const FontCopy copy{source, output, result.outcome, result.error, font};
     for (const CopyCallback& callback : copyCallbacks) {
         callback(copy);
@@ -142,14 +142,14 @@ CopyResult OxFontImporter::place(const fs::path& source, const fs::path& output,
         return refused(output);
     }
     std::optional<CopyResult>& known = results_[{below->string(), source.string()}];
-    if (known && known->outcome == CopyOutcome::Failed) {
+    if (known && known->outcome == CopyOutcome::eFailed) {
         return *known;
     }
     const fs::path target = destination_ / *below;
     const bool create = createFolders_ && !dryRun_;
     error_code folderError;
     openFolderBelow(destination_, below->parent_path(),
-                    create ? MissingFolders::Create : MissingFolders::Keep, folderError);
+                    create ? MissingFolders::eCreate : MissingFolders::eKeep, folderError);
     if (folderError.value() == EXDEV) {
         return refused(output);
     }
@@ -162,7 +162,7 @@ CopyResult OxFontImporter::place(const fs::path& source, const fs::path& output,
         // Where the text holds "..", it and the way through the folders may lead apart.
         move(source, holdsParentElement(output) ? target : output, font);
     }
-    const bool isKnown = known && known->outcome != CopyOutcome::NoFolder;
+    const bool isKnown = known && known->outcome != CopyOutcome::eNoFolder;
     if (isKnown) {
         known = repeated(*known);
     } else if (dryRun_) {
@@ -194,9 +194,9 @@ CopyResult OxFontImporter::outcomeOfMove(const fs::path& source, const fs::path&
         return mover_->compare(source, target);
     }
     if (isTaken(target)) {
-        return {CopyOutcome::Copied, {}};
+        return {CopyOutcome::eCopied, {}};
     }
-    return folderError ? CopyResult{CopyOutcome::NoFolder, {}}
+    return folderError ? CopyResult{CopyOutcome::eNoFolder, {}}
                        : CopyResult::failed(systemError(ECANCELED));
 }
 
@@ -206,7 +206,7 @@ CopyResult OxFontImporter::rehearse(const fs::path& source, const fs::path& targ
         return mover_->compare(source, target);
     }
     if (folderError && !createFolders_) {
-        return {CopyOutcome::NoFolder, {}};
+        return {CopyOutcome::eNoFolder, {}};
     }
     if (folderError && folderError.value() != ENOENT) {
         return CopyResult::failed(folderError);
@@ -216,9 +216,9 @@ CopyResult OxFontImporter::rehearse(const fs::path& source, const fs::path& targ
         return mover_->compare(source, first->second);
     }
     const CopyResult readable = mover_->compare(source, source);
-    if (readable.outcome == CopyOutcome::Failed) {
+    if (readable.outcome == CopyOutcome::eFailed) {
         rehearsed_.erase(first);
         return readable;
     }
-    return {CopyOutcome::Copied, {}};
+    return {CopyOutcome::eCopied, {}};
 }

@@ -28,9 +28,9 @@ CopyResult withoutFolder(const error_code& error) {
     switch (error.value()) {
         case ENOENT:
         case ENOTDIR:
-            return {CopyOutcome::NoFolder, {}};
+            return {CopyOutcome::eNoFolder, {}};
         case EXDEV:
-            return {CopyOutcome::Refused, {}};
+            return {CopyOutcome::eRefused, {}};
         default:
             return CopyResult::failed(error);
     }
@@ -73,10 +73,10 @@ CopyResult OxFontMover::copy(const fs::path& source, const fs::path& destination
     if (bounds_.empty()) {
         folder = openFolder(destination.parent_path(), error);
     } else if (const auto below = pathBelow(bounds_, destination)) {
-        folder = openFolderBelow(bounds_, below->parent_path(), MissingFolders::Keep, error);
+        folder = openFolderBelow(bounds_, below->parent_path(), MissingFolders::eKeep, error);
         name = below->filename().string();
     } else {
-        return {CopyOutcome::Refused, {}};
+        return {CopyOutcome::eRefused, {}};
     }
     if (error) {
         return withoutFolder(error);
@@ -97,7 +97,7 @@ CopyResult OxFontMover::copy(const fs::path& source, const fs::path& destination
         // Somebody was quicker, or a dangling link or another file's sidecar has the name.
         return compare(source, destination);
     }
-    return error ? CopyResult::failed(error) : CopyResult{CopyOutcome::Copied, {}};
+    return error ? CopyResult::failed(error) : CopyResult{CopyOutcome::eCopied, {}};
 }
 
 CopyResult OxFontMover::compare(const fs::path& source, const fs::path& destination) {
@@ -107,7 +107,7 @@ CopyResult OxFontMover::compare(const fs::path& source, const fs::path& destinat
         return CopyResult::failed(error);
     }
     if (!equal) {
-        return {CopyOutcome::Differs, {}};
+        return {CopyOutcome::eDiffers, {}};
     }
     const ExternalForks one = forks_.externalForks(source);
     const ExternalForks other = forks_.externalForks(destination);
@@ -118,5 +118,5 @@ CopyResult OxFontMover::compare(const fs::path& source, const fs::path& destinat
     }
     const bool same = sameFork(one.resourceFork, other.resourceFork) &&
                       sameFork(one.damagedSidecar, other.damagedSidecar);
-    return {same ? CopyOutcome::Same : CopyOutcome::Differs, {}};
+    return {same ? CopyOutcome::eSame : CopyOutcome::eDiffers, {}};
 }

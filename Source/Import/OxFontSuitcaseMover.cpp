@@ -57,7 +57,7 @@ void OxFontSuitcaseMover::MoveFont(boost::shared_ptr<OxFont>& font) {
     }
     const fs::path file = fileOf(*font);
     if (file.empty()) {
-        setLastCopy(CopyResult{CopyOutcome::NoFile, {}});
+        setLastCopy(CopyResult{CopyOutcome::eNoFile, {}});
         return;
     }
     Move(file, destination() / file.filename(), font);
@@ -70,21 +70,21 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
     const fs::path file = fileOf(*font);
     const std::string name = font->getGeneratedSuitcaseName();
     if (file.empty() || name.empty()) {
-        setLastCopy(CopyResult{CopyOutcome::NoFile, {}});
+        setLastCopy(CopyResult{CopyOutcome::eNoFile, {}});
         return;
     }
     // The texts come out of the font: neither may lead anywhere else.
     const auto below =
         pathBelow(destination(), destination() / font->getGeneratedSuitcaseFolder() / name);
     if (!below || name == "." || name.find('/') != std::string::npos) {
-        setLastCopy(CopyResult{CopyOutcome::Refused, {}});
+        setLastCopy(CopyResult{CopyOutcome::eRefused, {}});
         return;
     }
     const fs::path folder = destination() / below->parent_path();
     boost::system::error_code error;
-    openFolderBelow(destination(), below->parent_path(), MissingFolders::Create, error);
+    openFolderBelow(destination(), below->parent_path(), MissingFolders::eCreate, error);
     if (error) {
-        setLastCopy(error.value() == EXDEV ? CopyResult{CopyOutcome::Refused, {}}
+        setLastCopy(error.value() == EXDEV ? CopyResult{CopyOutcome::eRefused, {}}
                                            : CopyResult::failed(error));
         return;
     }
@@ -94,7 +94,7 @@ void OxFontSuitcaseMover::MoveSuitcase(boost::shared_ptr<OxFont>& font) {
     } catch (const std::bad_alloc&) {
         // What was prepared is discarded; the result says it.
     }
-    if (result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Same) {
+    if (result.outcome == CopyOutcome::eCopied || result.outcome == CopyOutcome::eSame) {
         const std::optional<CopyResult> trouble = movePrinterFonts(font, folder);
         result = trouble.value_or(result);
     }
@@ -116,8 +116,8 @@ std::optional<CopyResult> OxFontSuitcaseMover::movePrinterFonts(boost::shared_pt
         // Nothing is told of a name that is taken.
         const CopyResult result = lastCopy() ? *lastCopy() : compare(printerFont, target);
         const bool isThere =
-            result.outcome == CopyOutcome::Copied || result.outcome == CopyOutcome::Same;
-        if (!isThere && (!trouble || result.outcome == CopyOutcome::Failed)) {
+            result.outcome == CopyOutcome::eCopied || result.outcome == CopyOutcome::eSame;
+        if (!isThere && (!trouble || result.outcome == CopyOutcome::eFailed)) {
             trouble = result;
         }
     }

@@ -113,7 +113,7 @@ CopyResult compareWith(const fs::path& suitcase, const std::vector<Resource>& re
     } catch (const ForkError& error) {
         const bool isNoSuitcase =
             error.status() == fnfErr || error.status() == eofErr || error.status() == mapReadErr;
-        return isNoSuitcase ? CopyResult{CopyOutcome::Differs, {}}
+        return isNoSuitcase ? CopyResult{CopyOutcome::eDiffers, {}}
                             : CopyResult::failed(error.trouble().error);
     }
     int held = 0;
@@ -125,7 +125,7 @@ CopyResult compareWith(const fs::path& suitcase, const std::vector<Resource>& re
                           const Handle handle = Get1Resource(r.type, r.id);
                           return handle != nullptr && handleBytes(handle).text() == r.data.text();
                       });
-    return {same ? CopyOutcome::Same : CopyOutcome::Differs, {}};
+    return {same ? CopyOutcome::eSame : CopyOutcome::eDiffers, {}};
 }
 
 }  // namespace
@@ -133,7 +133,7 @@ CopyResult compareWith(const fs::path& suitcase, const std::vector<Resource>& re
 CopyResult copySuitcase(const OxFont& font, const fs::path& file, const fs::path& folder,
                         const std::string& name) {
     const boost::lock_guard<boost::recursive_mutex> lock(macParsingMutex());
-    CopyResult result{CopyOutcome::Copied, {}};
+    CopyResult result{CopyOutcome::eCopied, {}};
     try {
         ResourceFileSession session;
         session.open(referenceTo(file), forkOf(file));

@@ -30,8 +30,9 @@ class FileTooLarge : public std::runtime_error {
 /// diagnostic on the record and a line in the log.
 void reportTooLarge(OxFont& font, const boost::filesystem::path& file, const LogChannel& log);
 
-/// A new list of one record, owned by the caller, as `read` leaves it. FileTooLarge, and that memory
-/// does not suffice, is reported; `failed` gets the text of any other exception that `read` throws.
+/// A new list of one record, owned by the caller, as `read` leaves it. FileTooLarge, and that
+/// memory does not suffice, is reported; `failed` gets the text of any other exception that `read`
+/// throws.
 boost::ptr_vector<OxFont>* readOneRecord(
     const boost::filesystem::path& file, const LogChannel& log,
     const std::function<void(OxFont&)>& read,

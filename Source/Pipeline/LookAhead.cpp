@@ -228,7 +228,7 @@ FileBytes::Supplied LookAhead::supply(std::size_t number, const FileVersion& ver
     }
     awaited_.reset();
     if (found == entries_.end() || found->second.version != version) {
-        return FileBytes::Supplied::Nothing;
+        return FileBytes::Supplied::eNothing;
     }
     // Nobody but the reader touches an entry that is ready.
     const Entry& entry = found->second;
@@ -246,7 +246,7 @@ FileBytes::Supplied LookAhead::supply(std::size_t number, const FileVersion& ver
     lock.lock();
     drop(number);
     wakeHelpers();
-    return kept ? FileBytes::Supplied::Everything : FileBytes::Supplied::Digest;
+    return kept ? FileBytes::Supplied::eEverything : FileBytes::Supplied::eDigest;
 }
 
 void LookAhead::endTurn(std::size_t number) {

@@ -37,7 +37,7 @@ const LogChannel& logChannel() {
     return channel;
 }
 
-enum class FoundryFile { Names, Codes };
+enum class FoundryFile { eNames, eCodes };
 
 // Held while lists are loaded: who finds a list loaded must find all of it.
 std::mutex& loadingLists() {
@@ -153,10 +153,10 @@ void OxParser::loadFoundryList(const fs::path& foundryNames, const fs::path& fou
     logChannel().info("foundyCodeListPath:  %s", foundryCodes.string());
     logChannel().info("foundyCodeListPath:  %s", foundryNames.string());
     const std::lock_guard lock(loadingLists());
-    if (notLoadedYet(FoundryFile::Codes, foundryCodes)) {
+    if (notLoadedYet(FoundryFile::eCodes, foundryCodes)) {
         theFoundries.LoadFoundryCodes(foundryCodes.string());
     }
-    if (notLoadedYet(FoundryFile::Names, foundryNames)) {
+    if (notLoadedYet(FoundryFile::eNames, foundryNames)) {
         theFoundries.LoadFoundryNames(foundryNames.string());
     }
 }
@@ -165,8 +165,8 @@ void OxParser::loadFoundryList() {
     const fs::path names = libraryResource("foundrylist", "txt");
     const fs::path codes = libraryResource("foundrycodelist", "txt");
     const std::lock_guard lock(loadingLists());
-    const bool namesWanted = notLoadedYet(FoundryFile::Names, names);
-    const bool codesWanted = notLoadedYet(FoundryFile::Codes, codes);
+    const bool namesWanted = notLoadedYet(FoundryFile::eNames, names);
+    const bool codesWanted = notLoadedYet(FoundryFile::eCodes, codes);
     if (namesWanted && codesWanted) {
         theFoundries.LoadLists();
     } else if (namesWanted) {

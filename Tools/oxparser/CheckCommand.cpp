@@ -9,17 +9,17 @@ ResultShape checkShape() {
     ResultShape shape;
     shape.table = {
         {"LEVEL", 7, 7, 0, 0},
-        {"CODE", 5, 5, 0, 0, Align::Right},
-        {"DEFECT", 40, 76, 3, 0, Align::Left, Cut::Middle},
+        {"CODE", 5, 5, 0, 0, Align::eRight},
+        {"DEFECT", 40, 76, 3, 0, Align::eLeft, Cut::eMiddle},
         {"FONT", 20, 30, 1, 140},
-        {"FILE", 20, 1000, 2, 0, Align::Left, Cut::Start},
+        {"FILE", 20, 1000, 2, 0, Align::eLeft, Cut::eStart},
     };
     shape.csv = {"file", "fontType", ePostscriptname, "level", "code", "in", "message", "text"};
     return shape;
 }
 
 Mark markOf(FontDiagnosticType type) {
-    return type == eError ? Mark::Error : type == eWarning ? Mark::Warning : Mark::Note;
+    return type == eError ? Mark::eError : type == eWarning ? Mark::eWarning : Mark::eNote;
 }
 
 class CheckResult : public FontResult {

@@ -79,11 +79,12 @@ template <typename Value>
 using Names = std::map<std::string, Value>;
 
 const Names<Format> kFormats = {
-    {"table", Format::Table}, {"jsonl", Format::JsonLines}, {"csv", Format::Csv}};
-const Names<ProgressMode> kProgressModes = {
-    {"auto", ProgressMode::Auto}, {"always", ProgressMode::Always}, {"never", ProgressMode::Never}};
+    {"table", Format::eTable}, {"jsonl", Format::eJsonLines}, {"csv", Format::eCsv}};
+const Names<ProgressMode> kProgressModes = {{"auto", ProgressMode::eAuto},
+                                            {"always", ProgressMode::eAlways},
+                                            {"never", ProgressMode::eNever}};
 const Names<FailOn> kFailOns = {
-    {"error", FailOn::Error}, {"warning", FailOn::Warning}, {"never", FailOn::Never}};
+    {"error", FailOn::eError}, {"warning", FailOn::eWarning}, {"never", FailOn::eNever}};
 
 template <typename Value>
 void addChoice(CLI::App& command, const std::string& option, const std::string& choices,
@@ -123,7 +124,7 @@ void addScanOptions(CLI::App& command, Options& options) {
     addChoice(command, "--progress", "auto|always|never", kProgressModes, options.progress,
               "Progress on standard error; auto: on a terminal (auto)");
     addChoice(command, "--fail-on", "error|warning|never", kFailOns, options.failOn,
-              options.failOn == FailOn::Error
+              options.failOn == FailOn::eError
                   ? "Exit with 1 when a record has such a defect (error)"
                   : "Exit with 1 when a record has such a defect (never)");
     CLI::Option* list = addFile(command, "--files-from", options.filesFrom,
@@ -168,7 +169,7 @@ class CommandLine {
 
         Entry& check =
             add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
-        check.options.failOn = FailOn::Error;
+        check.options.failOn = FailOn::eError;
         addScanOptions(*check.command, check.options);
 
         Entry& import = add("import", "Copy recognised fonts into a folder", "PATH... --to FOLDER",
@@ -203,7 +204,7 @@ class CommandLine {
                 return entry->runner(entry->options, output, console);
             }
         }
-        return kWrongUsage;
+        return eWrongUsage;
     }
 
     /// The help that a help request asked for.
@@ -315,7 +316,7 @@ class CommandLine {
 int wrongUsage(Console& console, const std::string& text, const CommandLine& commandLine) {
     console.complain(text);
     console.line("Try '" + commandLine.helpHint() + "'.");
-    return kWrongUsage;
+    return eWrongUsage;
 }
 
 }  // namespace
@@ -333,5 +334,5 @@ int runCommandLine(int count, const char* const* arguments, Output& output, Cons
     } catch (const UsageError& error) {
         return wrongUsage(console, error.what(), commandLine);
     }
-    return kDone;
+    return eDone;
 }

@@ -41,7 +41,7 @@ void Console::showStatus(const std::string& text) {
     }
     // The last column stays free: a cursor behind it would wrap on some terminals.
     const int columns = terminalColumns(STDERR_FILENO) - 1;
-    write(kWipe + cutToWidth(safeText(text), columns, Cut::End));
+    write(kWipe + cutToWidth(safeText(text), columns, Cut::eEnd));
     statusShown_ = true;
 }
 

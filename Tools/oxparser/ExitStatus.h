@@ -2,8 +2,8 @@
 
 /// What the program tells the shell. After a signal it is 128 plus the signal's number.
 enum ExitStatus : int {
-    kDone = 0,
-    kFailed = 1,
-    kWrongUsage = 2,
-    kSignalBase = 128,
+    eDone = 0,
+    eFailed = 1,
+    eWrongUsage = 2,
+    eSignalBase = 128,
 };

@@ -48,9 +48,9 @@ class Explanation : public Result {
 };
 
 ResultShape explainShape() {
-    return {{{"CODE", 5, 5, 0, 0, Align::Right},
+    return {{{"CODE", 5, 5, 0, 0, Align::eRight},
              {"IN", 16, 16, 0, 0},
-             {"MESSAGE", 20, 1000, 1, 0, Align::Left, Cut::Never}},
+             {"MESSAGE", 20, 1000, 1, 0, Align::eLeft, Cut::eNever}},
             {"code", "in", "message", "remark"}};
 }
 
@@ -97,5 +97,5 @@ int runExplain(const Options& options, Output& output, Console& console) {
             console.complain("unknown code " + std::to_string(code));
         }
     }
-    return console.complaints() > 0 ? kFailed : kDone;
+    return console.complaints() > 0 ? eFailed : eDone;
 }

@@ -19,17 +19,17 @@ namespace {
 namespace fs = boost::filesystem;
 
 constexpr CopyOutcome kOutcomes[] = {
-    CopyOutcome::Copied, CopyOutcome::Same,    CopyOutcome::Differs, CopyOutcome::NoFolder,
-    CopyOutcome::NoFile, CopyOutcome::Refused, CopyOutcome::Failed};
+    CopyOutcome::eCopied, CopyOutcome::eSame,    CopyOutcome::eDiffers, CopyOutcome::eNoFolder,
+    CopyOutcome::eNoFile, CopyOutcome::eRefused, CopyOutcome::eFailed};
 constexpr std::size_t kOutcomeCount = std::size(kOutcomes);
 
 ResultShape importShape() {
     ResultShape shape;
     shape.table = {
         {"OUTCOME", 9, 9, 0, 0},
-        {"SOURCE", 20, 60, 1, 0, Align::Left, Cut::Start},
-        {"DESTINATION", 24, 80, 2, 0, Align::Left, Cut::Start},
-        {"WHY", 4, 1000, 1, 0, Align::Left, Cut::Never},
+        {"SOURCE", 20, 60, 1, 0, Align::eLeft, Cut::eStart},
+        {"DESTINATION", 24, 80, 2, 0, Align::eLeft, Cut::eStart},
+        {"WHY", 4, 1000, 1, 0, Align::eLeft, Cut::eNever},
     };
     shape.csv = {"outcome", "source", "destination", "error"};
     return shape;
@@ -37,8 +37,8 @@ ResultShape importShape() {
 
 // What keeps a copy from being one more of the wanted files in the tree.
 bool isTrouble(CopyOutcome outcome) {
-    return outcome == CopyOutcome::Differs || outcome == CopyOutcome::NoFolder ||
-           outcome == CopyOutcome::Refused || outcome == CopyOutcome::Failed;
+    return outcome == CopyOutcome::eDiffers || outcome == CopyOutcome::eNoFolder ||
+           outcome == CopyOutcome::eRefused || outcome == CopyOutcome::eFailed;
 }
 
 // The importer's layout begins with "./", which a reader can do without.
@@ -74,19 +74,19 @@ class ImportResult : public Result {
     std::vector<Row> csvRows() const override { return {row()}; }
 
   private:
-    bool hasFile() const { return outcome_ != CopyOutcome::NoFile; }
+    bool hasFile() const { return outcome_ != CopyOutcome::eNoFile; }
     std::string why() const {
         switch (outcome_) {
-            case CopyOutcome::Failed:
+            case CopyOutcome::eFailed:
                 return error_.message();
-            case CopyOutcome::Differs:
+            case CopyOutcome::eDiffers:
                 return "the destination is taken by something else";
             default:
                 return {};
         }
     }
     Row row() const {
-        const Mark mark = isTrouble(outcome_) ? Mark::Error : Mark::Plain;
+        const Mark mark = isTrouble(outcome_) ? Mark::eError : Mark::ePlain;
         return {{copyOutcomeName(outcome_), mark},
                 {source_.string()},
                 {destination_.string()},
@@ -105,7 +105,7 @@ class ImportTally {
     void count(const FontCopy& copy) {
         ++counts_[static_cast<std::size_t>(copy.outcome)];
         troubled_ = troubled_ || isTrouble(copy.outcome);
-        if (copy.outcome == CopyOutcome::Copied) {
+        if (copy.outcome == CopyOutcome::eCopied) {
             boost::system::error_code error;
             const std::uintmax_t size = fs::file_size(copy.source, error);
             bytes_ += error ? 0 : size;
@@ -198,5 +198,5 @@ int runImport(const Options& options, Output& output, Console& console) {
     session.summarize(*writer, tally.json(session.summary().json()),
                       tally.text(options.dryRun) + "; " + session.summary().text());
     const int status = session.exitStatus();
-    return status == kDone && tally.troubled() ? int{kFailed} : status;
+    return status == eDone && tally.troubled() ? int{eFailed} : status;
 }

@@ -88,7 +88,7 @@ bool Interruption::takeSignal() {
     while (::read(signals_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
         const int number = static_cast<int>(info.ssi_signo);
         if (signal_ != 0) {
-            ::_exit(kSignalBase + number);
+            ::_exit(eSignalBase + number);
         }
         signal_ = number;
         taken = true;

@@ -3,15 +3,15 @@
 #include <string>
 #include <vector>
 
-enum class Format { Table, JsonLines, Csv };
-enum class ProgressMode { Auto, Always, Never };
-enum class FailOn { Error, Warning, Never };
+enum class Format { eTable, eJsonLines, eCsv };
+enum class ProgressMode { eAuto, eAlways, eNever };
+enum class FailOn { eError, eWarning, eNever };
 
 /// What the command line asked for. Empty texts stand for options that were not given.
 struct Options {
-    Format format = Format::Table;
-    ProgressMode progress = ProgressMode::Auto;
-    FailOn failOn = FailOn::Never;
+    Format format = Format::eTable;
+    ProgressMode progress = ProgressMode::eAuto;
+    FailOn failOn = FailOn::eNever;
     std::string foundryNames;
     std::string foundryCodes;
     std::string log;

@@ -13,7 +13,8 @@ std::string leafName(const std::string& path) {
 
 Progress::Progress(Console& console, ProgressMode mode)
     : console_(console),
-      enabled_(mode == ProgressMode::Always || (mode == ProgressMode::Auto && console.redraws())) {}
+      enabled_(mode == ProgressMode::eAlways ||
+               (mode == ProgressMode::eAuto && console.redraws())) {}
 
 void Progress::walking(int filesFound) {
     const std::lock_guard lock(mutex_);

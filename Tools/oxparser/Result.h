@@ -6,7 +6,7 @@
 
 #include "Terminal.h"
 
-enum class Align { Left, Right };
+enum class Align { eLeft, eRight };
 
 /// A column of a table on a terminal and of its plain form in a pipe or file.
 struct TableColumn {
@@ -15,15 +15,15 @@ struct TableColumn {
     int most;   ///< cells that it may grow to; in the plain form the width that is padded to
     int share;  ///< its part of the cells that are left over
     int from;   ///< shown only on terminals with at least so many columns
-    Align align = Align::Left;
-    Cut cut = Cut::End;
+    Align align = Align::eLeft;
+    Cut cut = Cut::eEnd;
 };
 
-enum class Mark { Plain, Error, Warning, Note };
+enum class Mark { ePlain, eError, eWarning, eNote };
 
 struct Cell {
     std::string text;  ///< bytes as stored; the formats make them safe
-    Mark mark = Mark::Plain;
+    Mark mark = Mark::ePlain;
 };
 
 using Row = std::vector<Cell>;

@@ -7,11 +7,11 @@
 std::unique_ptr<ResultWriter> makeResultWriter(Format format, const ResultShape& shape,
                                                Output& output) {
     switch (format) {
-        case Format::JsonLines:
+        case Format::eJsonLines:
             return std::make_unique<JsonLinesFormat>(output);
-        case Format::Csv:
+        case Format::eCsv:
             return std::make_unique<CsvFormat>(shape.csv, output);
-        case Format::Table:
+        case Format::eTable:
             break;
     }
     return std::make_unique<TableFormat>(shape.table, output);

@@ -21,10 +21,10 @@ ResultShape scanShape() {
         {"FOUNDRY", 12, 24, 3, 120},
         {"VERSION", 12, 24, 3, 160},
         {"POSTSCRIPT NAME", 20, 36, 6, 180},
-        {"ERR", 3, 3, 0, 0, Align::Right},
-        {"WRN", 3, 3, 0, 0, Align::Right},
-        {"NOTE", 4, 4, 0, 0, Align::Right},
-        {"FILE", 24, 1000, 9, 0, Align::Left, Cut::Start},
+        {"ERR", 3, 3, 0, 0, Align::eRight},
+        {"WRN", 3, 3, 0, 0, Align::eRight},
+        {"NOTE", 4, 4, 0, 0, Align::eRight},
+        {"FILE", 24, 1000, 9, 0, Align::eLeft, Cut::eStart},
     };
     shape.csv = {"file", "fontType"};
     shape.csv.insert(shape.csv.end(), std::begin(kCsvAttributes), std::end(kCsvAttributes));
@@ -75,9 +75,9 @@ class ScanResult : public FontResult {
             {foundryText(font())},
             {font().getAttribute(eFontVersion)},
             {font().getAttribute(ePostscriptname)},
-            {countText(counts.errors), Mark::Error},
-            {countText(counts.warnings), Mark::Warning},
-            {countText(counts.notes), Mark::Note},
+            {countText(counts.errors), Mark::eError},
+            {countText(counts.warnings), Mark::eWarning},
+            {countText(counts.notes), Mark::eNote},
             {font().sourceFile().string()},
         }};
     }

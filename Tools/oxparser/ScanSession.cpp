@@ -197,7 +197,7 @@ void ScanSession::summarize(ResultWriter& writer, const nlohmann::ordered_json& 
                             const std::string& text) {
     writer.writeJsonOnly(json);
     output_.flush();  // both may go to one place
-    if (options_.format != Format::JsonLines && output_.error() != EPIPE) {
+    if (options_.format != Format::eJsonLines && output_.error() != EPIPE) {
         console_.line(text);
     }
     if (walkHangs_) {
@@ -208,13 +208,13 @@ void ScanSession::summarize(ResultWriter& writer, const nlohmann::ordered_json& 
 
 int ScanSession::exitStatus() const {
     if (interruption_.signal() != 0) {
-        return kSignalBase + interruption_.signal();
+        return eSignalBase + interruption_.signal();
     }
-    return console_.complaints() > 0 || failOnMet() ? kFailed : kDone;
+    return console_.complaints() > 0 || failOnMet() ? eFailed : eDone;
 }
 
 bool ScanSession::failOnMet() const {
     const DefectCounts& defects = summary_.defects;
-    return (options_.failOn != FailOn::Never && defects.errors > 0) ||
-           (options_.failOn == FailOn::Warning && defects.warnings > 0);
+    return (options_.failOn != FailOn::eNever && defects.errors > 0) ||
+           (options_.failOn == FailOn::eWarning && defects.warnings > 0);
 }

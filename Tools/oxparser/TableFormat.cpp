@@ -10,13 +10,13 @@ constexpr char kBold[] = "\033[1m";
 
 const char* colourOf(Mark mark) {
     switch (mark) {
-        case Mark::Error:
+        case Mark::eError:
             return "\033[31m";
-        case Mark::Warning:
+        case Mark::eWarning:
             return "\033[33m";
-        case Mark::Note:
+        case Mark::eNote:
             return "\033[36m";
-        case Mark::Plain:
+        case Mark::ePlain:
             break;
     }
     return "";
@@ -106,9 +106,9 @@ std::string TableFormat::line(const Row& row) const {
             owed += pad + kGap;
             continue;
         }
-        const bool right = column.align == Align::Right;
+        const bool right = column.align == Align::eRight;
         text += blanks(owed + (right ? pad : 0));
-        const bool coloured = colours_ && cell.mark != Mark::Plain;
+        const bool coloured = colours_ && cell.mark != Mark::ePlain;
         text += coloured ? colourOf(cell.mark) + value + kPlain : value;
         owed = (right ? 0 : pad) + kGap;
     }

@@ -131,7 +131,7 @@ int displayWidth(std::string_view safeText) {
 }
 
 std::string cutToWidth(const std::string& safeText, int width, Cut cut) {
-    if (displayWidth(safeText) <= width || cut == Cut::Never) {
+    if (displayWidth(safeText) <= width || cut == Cut::eNever) {
         return safeText;
     }
     if (width <= 0) {
@@ -139,7 +139,7 @@ std::string cutToWidth(const std::string& safeText, int width, Cut cut) {
     }
     const int text = width - 1;
     // Much more of the start: a detail at the end is a number or a name.
-    const int start = cut == Cut::End ? text : cut == Cut::Start ? 0 : text * 4 / 5;
+    const int start = cut == Cut::eEnd ? text : cut == Cut::eStart ? 0 : text * 4 / 5;
     return withoutMiddle(safeText, start, text - start);
 }
 

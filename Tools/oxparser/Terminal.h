@@ -29,7 +29,7 @@ int displayWidth(std::string_view safeText);
 std::string pathText(std::string_view path);
 
 /// What of a text that is too wide goes; Never: the terminal wraps it.
-enum class Cut { End, Start, Middle, Never };
+enum class Cut { eEnd, eStart, eMiddle, eNever };
 
 /// Safe text cut to at most `width` cells, with an ellipsis where something is missing.
 std::string cutToWidth(const std::string& safeText, int width, Cut cut);

@@ -16,7 +16,7 @@ namespace {
 /// filters do, by the signal, unless it was started with that signal ignored.
 int finishOutput(int status, Output& output, Console& console, const struct sigaction& pipeAction) {
     output.flush();
-    if (!output.failed() || status >= kSignalBase) {
+    if (!output.failed() || status >= eSignalBase) {
         return status;
     }
     if (output.error() == EPIPE) {
@@ -25,7 +25,7 @@ int finishOutput(int status, Output& output, Console& console, const struct siga
     }
     console.complain("cannot write to standard output: " +
                      std::string(std::strerror(output.error())));
-    return kFailed;
+    return eFailed;
 }
 
 }  // namespace
@@ -39,7 +39,7 @@ int main(int count, char** arguments) {
     ::sigaction(SIGPIPE, &ignore, &pipeAction);
 
     Console console;
-    int status = kFailed;
+    int status = eFailed;
     try {
         status = runCommandLine(count, arguments, output, console);
     } catch (const std::exception& error) {

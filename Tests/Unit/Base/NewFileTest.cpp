@@ -63,8 +63,8 @@ class NewFileWays : public testing::TestWithParam<unsigned> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Each, NewFileWays,
-                         testing::Values(NewFile::AllWays, NewFile::Link, NewFile::Rename,
-                                         NewFile::Claim));
+                         testing::Values(NewFile::eAllWays, NewFile::eLink, NewFile::eRename,
+                                         NewFile::eClaim));
 
 TEST_P(NewFileWays, AppearsCompleteAndOnlyWhenPublished) {
     const FileDescriptor directory = open();

@@ -43,7 +43,7 @@ TEST(FolderBelow, TakesRelativePathsFromTheCurrentFolder) {
 class OpenFolderBelow : public testing::Test {
   protected:
     // The error of opening; the folder is looked at by creating a file in it.
-    int open(const std::string& relative, MissingFolders missing = MissingFolders::Keep) const {
+    int open(const std::string& relative, MissingFolders missing = MissingFolders::eKeep) const {
         boost::system::error_code error;
         const FileDescriptor opened = openFolderBelow(root, relative, missing, error);
         EXPECT_EQ(opened.isOpen(), !error);
@@ -65,15 +65,15 @@ class OpenFolderBelow : public testing::Test {
 TEST_F(OpenFolderBelow, CreatesFoldersOnlyWhenAsked) {
     EXPECT_EQ(open("A/B"), ENOENT);
     EXPECT_FALSE(fs::exists(root));
-    EXPECT_EQ(open("A/B", MissingFolders::Create), 0);
+    EXPECT_EQ(open("A/B", MissingFolders::eCreate), 0);
     EXPECT_TRUE(fs::exists(root / "A/B/mark"));
     EXPECT_EQ(open("A"), 0);
     EXPECT_EQ(open(""), 0);
 
     folder.write("root/file", "");
     EXPECT_EQ(open("file"), ENOTDIR);
-    EXPECT_EQ(open("file/C", MissingFolders::Create), ENOTDIR);
-    EXPECT_EQ(open(std::string(300, 'n'), MissingFolders::Create), ENAMETOOLONG);
+    EXPECT_EQ(open("file/C", MissingFolders::eCreate), ENOTDIR);
+    EXPECT_EQ(open(std::string(300, 'n'), MissingFolders::eCreate), ENAMETOOLONG);
 }
 
 TEST_F(OpenFolderBelow, FollowsLinksThatStayBelowAndNoOthers) {
@@ -91,15 +91,15 @@ TEST_F(OpenFolderBelow, FollowsLinksThatStayBelowAndNoOthers) {
 
     EXPECT_EQ(open("inside/B"), 0);
     EXPECT_TRUE(fs::exists(root / "A/B/mark"));
-    EXPECT_EQ(open("absolute/new", MissingFolders::Create), 0);
+    EXPECT_EQ(open("absolute/new", MissingFolders::eCreate), 0);
     EXPECT_TRUE(fs::exists(root / "A/new/mark"));
     for (const char* const out :
          {"out", "out/B", "absolute out", "up", "up/outside", "A/deep/B", "inside/deep", "top"}) {
-        for (const MissingFolders missing : {MissingFolders::Keep, MissingFolders::Create}) {
+        for (const MissingFolders missing : {MissingFolders::eKeep, MissingFolders::eCreate}) {
             EXPECT_EQ(open(out, missing), EXDEV) << out;
         }
     }
-    EXPECT_EQ(open("dangling", MissingFolders::Create), ENOENT);
+    EXPECT_EQ(open("dangling", MissingFolders::eCreate), ENOENT);
     EXPECT_EQ(open("round"), ELOOP);
     EXPECT_TRUE(fs::is_empty(folder.path() / "outside/B"));
 }

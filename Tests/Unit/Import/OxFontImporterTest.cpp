@@ -105,7 +105,7 @@ TEST_F(Importer, CopiesTheFontsOfARun) {
         host.wait();
     }
     ASSERT_EQ(outcomes.size(), 1u);
-    EXPECT_EQ(outcomes[0].outcome, CopyOutcome::Copied);
+    EXPECT_EQ(outcomes[0].outcome, CopyOutcome::eCopied);
     EXPECT_EQ(outcomes[0].source, folder.path() / "fonts" / "Acme.ttf");
     EXPECT_EQ(filePath.rfind("./" + family.substr(0, 1) + "/" + family, 0), 0u) << filePath;
     EXPECT_EQ(outcomes[0].destination.string(), target.string() + "/" + filePath + "/Acme.ttf");
@@ -304,7 +304,7 @@ class ForeignMover : public OxFontMover {
             throw std::runtime_error("the mover's trouble");
         }
         if (family == "Reports") {
-            setLastCopy(CopyResult{CopyOutcome::Differs, {}});
+            setLastCopy(CopyResult{CopyOutcome::eDiffers, {}});
         } else if (family != "Declines") {
             fs::create_directories(destination.parent_path());
             fs::rename(source, destination);

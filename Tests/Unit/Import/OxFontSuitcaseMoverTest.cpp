@@ -53,7 +53,7 @@ TEST(SuitcaseMover, TellsByTheTypeHowARecordIsPlaced) {
     auto nameless = boost::make_shared<OxFont>();
     nameless->setSourceFile("/font");
     mover.MoveSuitcase(nameless);
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::NoFile);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::eNoFile);
 }
 
 TEST(SuitcaseMover, CopiesTheRecordsFileIntoItsFolder) {
@@ -68,7 +68,7 @@ TEST(SuitcaseMover, CopiesTheRecordsFileIntoItsFolder) {
     font->setFontType(OxFont::TTF);
     mover.Move(font);
     ASSERT_TRUE(mover.lastCopy());
-    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::NoFile);
+    EXPECT_EQ(mover.lastCopy()->outcome, CopyOutcome::eNoFile);
 
     font->setAttribute(eFontFilePath, (folder.path() / "a").string());
     font->setAttribute(eFileName, "One.ttf");
@@ -127,7 +127,7 @@ class SuitcaseMove : public testing::Test {
 
 TEST_F(SuitcaseMove, WritesTheFamilyWithItsStrikesAndOutlines) {
     ASSERT_EQ(font->getFontType(), OxFont::T1);
-    EXPECT_EQ(move(), CopyOutcome::Copied);
+    EXPECT_EQ(move(), CopyOutcome::eCopied);
     ASSERT_TRUE(fs::is_regular_file(written()));
 
     // The same records but for where they are; the other family is not among them.
@@ -147,11 +147,11 @@ TEST_F(SuitcaseMove, WritesTheFamilyWithItsStrikesAndOutlines) {
 TEST_F(SuitcaseMove, NeverOverwritesAndTellsSameFromDiffers) {
     move();
     const Bytes first = readFile(written());
-    EXPECT_EQ(move(), CopyOutcome::Same);
+    EXPECT_EQ(move(), CopyOutcome::eSame);
     EXPECT_EQ(readFile(written()), first);
     fs::remove(written());
     target.write(written().lexically_relative(target.path()).string(), "mine");
-    EXPECT_EQ(move(), CopyOutcome::Differs);
+    EXPECT_EQ(move(), CopyOutcome::eDiffers);
     EXPECT_EQ(readFile(written()), bytesOf("mine"));
 }
 
@@ -164,23 +164,23 @@ TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
 
     font->setAttribute(ePostscriptname, "Elsewhere");
     fs::remove(source.path() / "._Helvetica");
-    EXPECT_EQ(move(), CopyOutcome::Failed);
+    EXPECT_EQ(move(), CopyOutcome::eFailed);
     EXPECT_FALSE(fs::exists(writtenFolder() / "Elsewhere"));
     for (const char* hostile : {"../../x", "a/b", "..", "."}) {
         font->setAttribute(ePostscriptname, hostile);
-        EXPECT_EQ(move(), CopyOutcome::Refused) << hostile;
+        EXPECT_EQ(move(), CopyOutcome::eRefused) << hostile;
     }
 }
 
 TEST_F(SuitcaseMove, TellsWhyItCannotReadEitherSideAndWhatDiffers) {
     const fs::path name = font->printerFontPaths.at(0).filename();
     source.write(name.string(), "printer font");
-    EXPECT_EQ(move(), CopyOutcome::Copied);
+    EXPECT_EQ(move(), CopyOutcome::eCopied);
     source.write(name.string(), "another printer font");
-    EXPECT_EQ(move(), CopyOutcome::Differs);
+    EXPECT_EQ(move(), CopyOutcome::eDiffers);
     EXPECT_EQ(readFile(writtenFolder() / name), bytesOf("printer font"));
     fs::remove(writtenFolder() / name);
-    ASSERT_EQ(move(), CopyOutcome::Same);
+    ASSERT_EQ(move(), CopyOutcome::eSame);
 
     const uid_t user = ::geteuid();
     const fs::path sidecar = source.path() / "._Helvetica";
@@ -195,12 +195,12 @@ TEST_F(SuitcaseMove, TellsWhyItCannotReadEitherSideAndWhatDiffers) {
         }
         const CopyOutcome outcome = move();
         ASSERT_EQ(::seteuid(user), 0);
-        EXPECT_EQ(outcome, CopyOutcome::Failed) << unreadable;
+        EXPECT_EQ(outcome, CopyOutcome::eFailed) << unreadable;
         EXPECT_EQ(mover.lastCopy()->error.value(), EACCES) << unreadable;
         ASSERT_EQ(::chmod(unreadable.c_str(), 0644), 0);
     }
     source.write("._Helvetica", appleDouble("FFIL", "DMOV", Bytes(400)));
-    EXPECT_EQ(move(), CopyOutcome::Failed);
+    EXPECT_EQ(move(), CopyOutcome::eFailed);
     EXPECT_EQ(mover.lastCopy()->error.message(), "The resource fork is damaged");
 }
 
@@ -212,7 +212,7 @@ TEST_F(SuitcaseMove, PutsPrinterFontsBesideTheSuitcaseWhateverTheFoundryIsCalled
     fs::create_directory_symlink(elsewhere.path() / "inner", target.path() / "link");
     // Not through setAttribute, which would look for a foundry in the text.
     font->setPrinterFontAttributes({{eFoundry, "link/.."}});
-    EXPECT_EQ(move(), CopyOutcome::Copied);
+    EXPECT_EQ(move(), CopyOutcome::eCopied);
     EXPECT_TRUE(fs::exists(target.path() / font->getGeneratedSuitcaseName()));
     EXPECT_EQ(readFile(target.path() / name), bytesOf("printer font"));
     EXPECT_FALSE(fs::exists(elsewhere.path() / name));
@@ -246,7 +246,7 @@ TEST_F(SuitcaseMove, TakesLittleMemoryForManyResourcesOfTheSameBytes) {
         return usage.ru_maxrss;
     };
     const long before = peak();
-    EXPECT_EQ(move(), CopyOutcome::Failed);
+    EXPECT_EQ(move(), CopyOutcome::eFailed);
     EXPECT_LT(peak() - before, 400 * 1024);  // KiB; copies of all take 1000 MiB
 }
 

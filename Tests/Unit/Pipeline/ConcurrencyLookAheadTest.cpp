@@ -121,11 +121,11 @@ TEST_F(ConcurrencyLookAhead, APathThatWasJustTakenIsNotTheEnd) {
 // without a trace in its status, it is the state of then that is seen.
 TEST_F(ConcurrencyLookAhead, WhatWasDoneAheadIsNotDoneAgain) {
     struct Fixed : FileBytes::Supplier {
-        FileBytes::Supplied supplied = FileBytes::Supplied::Everything;
+        FileBytes::Supplied supplied = FileBytes::Supplied::eEverything;
 
         FileBytes::Supplied supply(const FileVersion& version, std::size_t padding,
                                    ByteBuffer& buffer, md5_state_t& md5) override {
-            if (supplied == FileBytes::Supplied::Everything) {
+            if (supplied == FileBytes::Supplied::eEverything) {
                 buffer.resize(static_cast<std::size_t>(version.size) + padding);
                 std::fill_n(buffer.data(), buffer.size(), std::uint8_t{'x'});
             }
@@ -137,7 +137,7 @@ TEST_F(ConcurrencyLookAhead, WhatWasDoneAheadIsNotDoneAgain) {
     ByteBuffer buffer;
     FileBytes::setSupplier(&fixed);
     const Content everything = contentOf(file, buffer, 1);
-    fixed.supplied = FileBytes::Supplied::Digest;
+    fixed.supplied = FileBytes::Supplied::eDigest;
     const Content digest = contentOf(file, buffer, 1);
     FileBytes::setSupplier(nullptr);
     constexpr char kDigestOfNothing[] = "d41d8cd98f00b204e9800998ecf8427e";
