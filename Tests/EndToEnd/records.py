@@ -40,12 +40,13 @@ def sfnt_names(font):
     return names
 
 
-def scan(program, *paths):
-    """The font records of a scan, a list for each file."""
-    lines = subprocess.run([program, "scan", "--format", "jsonl", *paths],
-                           stdout=subprocess.PIPE, check=True).stdout
+def scan(program, *paths, status=0):
+    """The font records of a scan that ends with this status, a list for each file."""
+    run = subprocess.run([program, "scan", "--format", "jsonl", *paths], capture_output=True)
+    if run.returncode != status:
+        raise AssertionError(f"status {run.returncode}: {os.fsdecode(run.stderr)}")
     by_file = {}
-    for record in map(json.loads, lines.splitlines()):
+    for record in map(json.loads, run.stdout.splitlines()):
         if record["record"] == "font":
             by_file.setdefault(record["file"], []).append(record)
     return by_file
