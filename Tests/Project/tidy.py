@@ -1,6 +1,7 @@
 """Runs clang-tidy over what a compile database builds: all of it, or what differs from the last
-landed commit (a changed header stands for the source of its name, or one that includes it). What
-was found clean is remembered beside the database until a file that could matter changes.
+landed commit (where all has landed, from the commit before it). A changed header stands for the
+source of its name, or one that includes it. What was found clean is remembered beside the database
+until a file that could matter changes.
 Usage: tidy.py BUILD_FOLDER --all|--changed"""
 
 import concurrent.futures
@@ -36,12 +37,15 @@ def changed_files():
     for landed in ("origin/main", "main"):
         found, done = git("merge-base", "HEAD", landed)
         if done.returncode == 0:
-            base = found
+            # Of what has landed, or is committed on the main branch itself, the last commit.
+            base = found if found != head.stdout.strip() else f"{found}^"
             break
     names = set()
     for command in (["diff", "--name-only", "-z", "--diff-filter=d", base],
                     ["ls-files", "-z", "--others", "--exclude-standard"]):
         listed, done = git(*command)
+        if done.returncode and base.endswith("^"):
+            return "there is one commit only"
         if done.returncode:
             return done.stderr.strip().splitlines()[0]
         names.update(name for name in listed if name)
