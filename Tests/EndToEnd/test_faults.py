@@ -14,6 +14,7 @@ from program import NOBODY, PROGRAM, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]
+UNIT_TESTS = os.environ["OXPARSER_UNIT_TESTS"]
 
 # A font of each format, by the seed that it is made from.
 FONTS = {"victim.ttf": "TrueType/good", "victim.otf": "OpenType/kerning",
@@ -253,6 +254,13 @@ class FaultTest(ProgramTest):
                 self.assertEqual(self.scan(fault), self.good, fault)
         # The walk's and the two of the parsing side must be there.
         self.assertGreaterEqual(refused, 3)
+
+    def test_a_host_may_try_again_after_a_thread_could_not_be_made(self):
+        for number in range(1, 4):
+            environment = dict(self.environment, LD_PRELOAD=FAULTS,
+                               OXPARSER_FAULT="thread EAGAIN %d" % number)
+            subprocess.run([UNIT_TESTS, "--gtest_filter=Pipeline.RunsAgain*"], check=True,
+                           env=environment, stdout=subprocess.DEVNULL, timeout=60)
 
     def test_no_more_than_the_largest_file_is_in_memory(self):
         largest = 21_000_000
