@@ -104,6 +104,13 @@ class FaultTest(ProgramTest):
                         self.assertEqual([r[0] for r in files.get(name, [([], None)])],
                                          [expected], fault)
 
+    def test_bytes_that_cannot_be_read_are_no_mere_defects(self):
+        """A record has only sums that differ; that the disk failed is told beside it."""
+        for name in ("victim.ttf", "victim.otf", "victim.ttc"):
+            half = os.path.getsize(self.path("fonts", name + ".d", name)) // 2
+            self.told("fonts/%s.d/%s" % (name, name), "Input/output error",
+                      "read EIO /%s %d" % (name, half))
+
     def test_an_import_never_leaves_an_unreadable_fork_behind(self):
         """A file whose fork cannot be read is not copied without it."""
         fork = b"\0\0\1\0\0\0\1\4\0\0\0\4\0\0\0\x1e".ljust(1000, b"\0")
