@@ -25,6 +25,7 @@ FileBytes::FileBytes() : file_(std::make_unique<RegularFile>()) {}
 FileBytes::~FileBytes() = default;
 
 bool FileBytes::open(const boost::filesystem::path& file) {
+    readError_.clear();
     return !file_->open(file);
 }
 
@@ -45,8 +46,12 @@ void FileBytes::setSupplier(Supplier* supplier) {
 }
 
 std::size_t FileBytes::readAt(std::uint64_t offset, std::uint8_t* out, std::size_t count) const {
-    boost::system::error_code ignored;
-    return file_->read(offset, {out, count}, ignored);
+    boost::system::error_code error;
+    const std::size_t done = file_->read(offset, {out, count}, error);
+    if (error && !readError_) {
+        readError_ = error;
+    }
+    return done;
 }
 
 std::size_t FileBytes::readAll(ByteBuffer& buffer, std::size_t padding) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <boost/system/error_code.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -63,10 +64,13 @@ class FileBytes {
     /// and bytes that could not be read are zero), and digests what was read. Answers the number
     /// of bytes read.
     std::size_t readAll(ByteBuffer& buffer, std::size_t padding = 0);
+    /// The first error of a read since the file was opened; none when reads only met its end.
+    const boost::system::error_code& readError() const { return readError_; }
     /// The digest of the bytes that readAll read, as lower-case hexadecimal text.
     std::string digest();
 
   private:
     std::unique_ptr<RegularFile> file_;
+    mutable boost::system::error_code readError_;
     md5_state_t md5_{};
 };

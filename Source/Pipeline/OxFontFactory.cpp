@@ -85,6 +85,7 @@ OxFontFactory::~OxFontFactory() {
 void OxFontFactory::run() {
     cancelled_ = false;
     producing_ = true;
+    abandoned_ = false;
     letGo(fileConsumer_);
     letGo(fontProducer_);
     // The producer first: it touches nothing of the coordinator before a record comes.

@@ -14,6 +14,7 @@ from program import NOBODY, PROGRAM, ProgramTest
 
 FAULTS = os.environ["OXPARSER_FAULTS"]
 SEEDS = os.environ["OXPARSER_SEEDS"]
+UNIT_TESTS = os.environ["OXPARSER_UNIT_TESTS"]
 
 # A font of each format, by the seed that it is made from.
 FONTS = {"victim.ttf": "TrueType/good", "victim.otf": "OpenType/kerning",
@@ -102,6 +103,13 @@ class FaultTest(ProgramTest):
                     else:
                         self.assertEqual([r[0] for r in files.get(name, [([], None)])],
                                          [expected], fault)
+
+    def test_bytes_that_cannot_be_read_are_no_mere_defects(self):
+        """A record has only sums that differ; that the disk failed is told beside it."""
+        for name in ("victim.ttf", "victim.otf", "victim.ttc"):
+            half = os.path.getsize(self.path("fonts", name + ".d", name)) // 2
+            self.told("fonts/%s.d/%s" % (name, name), "Input/output error",
+                      "read EIO /%s %d" % (name, half))
 
     def test_an_import_never_leaves_an_unreadable_fork_behind(self):
         """A file whose fork cannot be read is not copied without it."""
@@ -253,6 +261,13 @@ class FaultTest(ProgramTest):
                 self.assertEqual(self.scan(fault), self.good, fault)
         # The walk's and the two of the parsing side must be there.
         self.assertGreaterEqual(refused, 3)
+
+    def test_a_host_may_try_again_after_a_thread_could_not_be_made(self):
+        for number in range(1, 4):
+            environment = dict(self.environment, LD_PRELOAD=FAULTS,
+                               OXPARSER_FAULT="thread EAGAIN %d" % number)
+            subprocess.run([UNIT_TESTS, "--gtest_filter=Pipeline.RunsAgain*"], check=True,
+                           env=environment, stdout=subprocess.DEVNULL, timeout=60)
 
     def test_no_more_than_the_largest_file_is_in_memory(self):
         largest = 21_000_000

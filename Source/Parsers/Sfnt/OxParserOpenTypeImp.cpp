@@ -30,7 +30,11 @@ OxParserOpenTypeImp::~OxParserOpenTypeImp() = default;
 
 boost::ptr_vector<OxFont>* OxParserOpenTypeImp::parseFontFile(fs::path file) {
     LogChannel(kCategory).info("parseFontFile:  ");
-    return validate(file);
+    boost::ptr_vector<OxFont>* const fonts = validate(file);
+    if (reading_->fileError) {
+        reportFileError(file, reading_->fileError.message());
+    }
+    return fonts;
 }
 
 bool OxParserOpenTypeImp::inspectFont(fs::path file) {

@@ -67,7 +67,7 @@ FontList* OxParserTrueTypeCollectionImp::parseFontFile(fs::path file) {
     LogChannel(kCategory).info("parseFontFile:  ");
     FontList* const fonts = validate(file);
     // That there is no record is all that anybody would see of it.
-    if (const error_code error = fonts->empty() ? readError(file) : error_code()) {
+    if (const error_code error = fonts->empty() ? readError(file) : reading_->fileError) {
         reportFileError(file, error.message());
     }
     return fonts;
@@ -98,6 +98,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             return fonts.release();
         }
         reading_->work = {};
+        reading_->fileError.clear();
         // Offsets past the end of the file are not read, so the count needs no other bound.
         const std::uint64_t count = source.u32(8);
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -115,6 +116,7 @@ FontList* OxParserTrueTypeCollectionImp::validate(const fs::path& file) {
             fonts->push_back(new OxFont);
             validateMember(source, offset, fonts->back());
         }
+        reading_->fileError = source.bytes.readError();
     } catch (const std::exception& error) {
         log.error(error.what());
     }

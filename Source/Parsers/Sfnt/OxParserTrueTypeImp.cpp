@@ -42,7 +42,11 @@ OxParserTrueTypeImp::~OxParserTrueTypeImp() = default;
 
 FontList* OxParserTrueTypeImp::parseFontFile(fs::path file) {
     LogChannel(kCategory).info("parseFontFile:  ");
-    return validate(file);
+    FontList* const fonts = validate(file);
+    if (reading_->fileError) {
+        reportFileError(file, reading_->fileError.message());
+    }
+    return fonts;
 }
 
 bool OxParserTrueTypeImp::inspectFont(fs::path file) {

@@ -71,6 +71,7 @@ FontList* readSfntFile(SfntReading& reading, const fs::path& file, const SfntFor
                        ttf::tagFontDirectory* directory) {
     const LogChannel log(format.category);
     reading.work = {};
+    reading.fileError.clear();
     log.info("Parsing:  %s", file.string());
     return readOneRecord(
         file, log, [&](OxFont& font) { readFile(reading, file, format, directory, font); },
@@ -123,6 +124,7 @@ void readImage(SfntReading& reading, FileBytes& file, OxFont& font) {
     }
     ByteBuffer& buffer = reading.fileBuffer;
     file.readAll(buffer);
+    reading.fileError = file.readError();
     reading.image.refer(buffer.data(), buffer.size());
     reading.fileDigest = file.digest();
     font.setAttribute(eFingerprint, reading.fileDigest);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/system/error_code.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -24,4 +25,6 @@ struct SfntReading {
 
     ByteBuffer fileBuffer;   ///< what a file is read into; grows to the largest
     std::string fileDigest;  ///< of the last file read
+    /// What kept bytes of it from being read: they count as zero, and a record cannot tell.
+    boost::system::error_code fileError;
 };

@@ -143,6 +143,23 @@ TEST_F(Pipeline, FileErrorsReachTheHostOnceAndBeforeTheRecordsOfTheirFile) {
     EXPECT_TRUE(Troubled().inspectFont("a.tst"));
 }
 
+// EndToEnd/test_faults.py runs it with such a fault.
+TEST_F(Pipeline, RunsAgainAfterAThreadCouldNotBeMade) {
+    writeFiles(3);
+    const auto parser = coordinator();
+    ScanHost host(*parser);
+    bool hasFailed = false;
+    try {
+        parser->run();
+    } catch (const boost::thread_resource_error&) {
+        hasFailed = true;
+        parser->run();
+    }
+    host.wait();
+    EXPECT_EQ(hasFailed, std::getenv("OXPARSER_FAULT") != nullptr);
+    EXPECT_EQ(host.fonts.size(), 3u);
+}
+
 TEST_F(Pipeline, RemovesExactlyTheParserGiven) {
     struct Noticed : ScriptedParser {
         explicit Noticed(bool& gone) : ScriptedParser(oneRecord), gone_(gone) {}
