@@ -32,7 +32,8 @@ void guarded(const Step& step) {
 }
 
 // Records on their way to the font queue. Whoever takes them from there has to be woken, and waits
-// for the parse in hand; so they go several at a time, but none waits long.
+// for the parse in hand; so they go several at a time, but none waits for more than the next file
+// and, when that took long, the one after.
 class RecordBatch {
   public:
     explicit RecordBatch(OxFontFactory::FontQueue& fonts) : fonts_(fonts) {}

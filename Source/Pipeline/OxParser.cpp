@@ -227,7 +227,12 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
     const FileErrors errors = std::exchange(fileErrors_, {});
     lock.unlock();
     for (const auto& [path, reason] : errors) {
-        NotifyFileError(path, reason);
+        try {
+            NotifyFileError(path, reason);
+        } catch (const std::exception& error) {
+            // What a callback throws must not cost the host the file's records.
+            logChannel().error(error.what());
+        }
     }
     return fonts.release();
 }

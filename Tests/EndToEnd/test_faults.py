@@ -106,7 +106,7 @@ class FaultTest(ProgramTest):
 
     def test_bytes_that_cannot_be_read_are_no_mere_defects(self):
         """A record has only sums that differ; that the disk failed is told beside it."""
-        for name in ("victim.ttf", "victim.otf", "victim.ttc"):
+        for name in ("victim.ttf", "victim.otf", "victim.ttc", "victim.pfb", "victim.pfm"):
             half = os.path.getsize(self.path("fonts", name + ".d", name)) // 2
             self.told("fonts/%s.d/%s" % (name, name), "Input/output error",
                       "read EIO /%s %d" % (name, half))

@@ -97,6 +97,7 @@ void ScanSession::connect(OxParser& parser, const ResultMaker& makeResult) {
     parser.fileErrorCallbacks.push_back(
         [this](const boost::filesystem::path& path, const std::string& reason) {
             console_.complain(pathText(path.native()) + ": " + reason);
+            unreadable_ = path.native();
         });
     const auto noteCancelled = [this](bool cancelled) {
         if (cancelled) {

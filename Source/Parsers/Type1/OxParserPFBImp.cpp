@@ -82,6 +82,9 @@ void OxParserPFBImp::readFont(const boost::filesystem::path& file, OxFont& font)
     }
     FileBytes bytes;
     if (!readWhole(file, *size, bytes, *buffer_, kPfbHeaderBufferSize)) {
+        if (bytes.readError()) {
+            reportFileError(file, bytes.readError().message());
+        }
         font.addDiagnostic(eError, kReadFailed);
         return;
     }

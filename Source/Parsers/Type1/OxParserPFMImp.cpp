@@ -162,6 +162,9 @@ void OxParserPFMImp::readFont(const boost::filesystem::path& file, OxFont& font)
     }
     FileBytes bytes;
     if (!readWhole(file, *size, bytes, *buffer_)) {
+        if (bytes.readError()) {
+            reportFileError(file, bytes.readError().message());
+        }
         return;
     }
     font.setAttribute(eFingerprint, bytes.digest());
