@@ -115,6 +115,8 @@ OxParser::OxParser(const std::queue<fs::path>& sources, const fs::path& foundryN
     loadFoundryList(foundryNames, foundryCodes);
 }
 
+// A mutex that cannot be locked is a host's fault that nothing can be done about.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 OxParser::~OxParser() {
     // Waits for the thread that called the last completion callback to let go of the mutex.
     { const boost::lock_guard<boost::mutex> lock(mutex_); }
@@ -311,6 +313,8 @@ void OxParser::NotifyFileCompletion(bool cancelled) {
     }
 }
 
+// By value: hosts are built against this signature.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void OxParser::NotifyFontProgress(int parsed, int total, boost::shared_ptr<OxFont> font) {
     const NotificationTurn turn(*this);
     callFontProgress(parsed, total, font);

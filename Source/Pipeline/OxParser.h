@@ -56,7 +56,7 @@ class OXPARSER_EXPORT OxParser {
              const boost::filesystem::path& foundryCodes);
     OxParser(const OxParser&) = delete;
     OxParser& operator=(const OxParser&) = delete;
-    virtual ~OxParser();
+    virtual ~OxParser();  // NOLINT(bugprone-exception-escape)
 
     /// Creates the queues and factories and registers the parsers; the constructors call it.
     void initialize();
