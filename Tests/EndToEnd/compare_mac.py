@@ -8,7 +8,6 @@ OXPARSER_PROGRAM names the program, OXPARSER_MOVER the one that moves the record
 
 import json
 import os
-import random
 import shutil
 import struct
 import subprocess
@@ -425,44 +424,6 @@ class MoveTest(MacFontsTest):
                 self.assertEqual([opened.fontname, opened.copyright],
                                  [POSTSCRIPT_NAME, COPYRIGHT])
                 opened.close()
-
-
-class DamageTest(MacFontsTest):
-    def damaged(self, data, fork, chance):
-        """Some bytes of the headers, of the data or, most of all, of the map are others."""
-        data = bytearray(data)
-        begin, map_begin, _, map_size = struct.unpack_from(">4L", data, fork)
-        for _ in range(chance.randint(1, 4)):
-            at = chance.choice([chance.randrange(fork + 16),
-                                fork + chance.randrange(begin, map_begin),
-                                fork + map_begin + chance.randrange(map_size),
-                                fork + map_begin + chance.randrange(map_size)])
-            width = min(chance.choice([1, 2, 4]), len(data) - at)
-            data[at:at + width] = bytes([chance.choice([0, 1, 127, 128, 255,
-                                                        chance.randrange(256)])] * width)
-        return data[:chance.randrange(len(data))] if chance.random() < 0.2 else data
-
-    def test_damage_of_every_kind_is_survived(self):
-        """OXPARSER_MUTATIONS is the number of files."""
-        cases = int(os.environ.get("OXPARSER_MUTATIONS", 500))
-        chance = random.Random(1)
-        strikes = read(self.font("Strikes.bin"))
-        samples = [("Outline.dfont", 0), ("Both.dfont", 0), ("Outline.suit", 128),
-                   ("Strikes.bin", 128), ("Printer.bin", 128)]
-        samples = [(name, read(self.font(name)), fork) for name, fork in samples]
-        for start in range(0, cases, 1000):
-            batch = range(start, min(start + 1000, cases))
-            for number in batch:
-                name, data, fork = samples[number % len(samples)]
-                data = self.damaged(data, fork, chance)
-                if name == "Printer.bin":
-                    self.write(f"files/{number}/Strikes", strikes)
-                    self.write(f"files/{number}/{PRINTER_FILE}", data)
-                else:
-                    self.write(f"files/{number}-{name}", data)
-            records = shared.scan(PROGRAM, self.path("files"), status=1)  # it names what is damaged
-            self.assertGreater(len(records), len(batch) // 4)
-            shutil.rmtree(self.path("files"))
 
 
 if __name__ == "__main__":

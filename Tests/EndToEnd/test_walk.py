@@ -1,7 +1,6 @@
 """Which files the program finds, what it says of the others, and how it ends early."""
 
 import fcntl
-import io
 import json
 import os
 import signal
@@ -243,11 +242,8 @@ class EndingEarlyTest(ProgramTest):
         process = self.long_scan("many")
         process.stdout.readline()
         process.stdout.close()
-        started = time.monotonic()
         self.assertEqual(process.wait(WAIT), -signal.SIGPIPE)
         self.assertEqual(process.stderr.read(), b"")
-        process.stdout = io.BytesIO()
-        self.assertLess(time.monotonic() - started, WAIT / 2)
 
 
 if __name__ == "__main__":
