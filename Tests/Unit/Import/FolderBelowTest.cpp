@@ -31,7 +31,9 @@ TEST(FolderBelow, ComparesPathsLexicallyElementByElement) {
     EXPECT_EQ(below("/dst", "/dst/A/../../../etc/x"), "(none)");
     EXPECT_EQ(below("/dst", "/dst2/x"), "(none)");
     EXPECT_EQ(below("/dst", std::string("/dst/a\0b", 8)), "(none)");
+}
 
+TEST(FolderBelow, TakesRelativePathsFromTheCurrentFolder) {
     const std::string current = fs::current_path().string();
     EXPECT_EQ(below("dst", current + "/dst/x"), "x");
     EXPECT_EQ(below("", "./x"), "x");
@@ -75,8 +77,7 @@ TEST_F(OpenFolderBelow, CreatesFoldersOnlyWhenAsked) {
 }
 
 TEST_F(OpenFolderBelow, FollowsLinksThatStayBelowAndNoOthers) {
-    fs::create_directories(folder.path() / "real/A/B");
-    fs::create_symlink("real", root);
+    fs::create_directories(root / "A/B");
     fs::create_directories(folder.path() / "outside/B");
     link("A", "inside");
     link(root / "A", "absolute");
@@ -101,6 +102,14 @@ TEST_F(OpenFolderBelow, FollowsLinksThatStayBelowAndNoOthers) {
     EXPECT_EQ(open("dangling", MissingFolders::eCreate), ENOENT);
     EXPECT_EQ(open("round"), ELOOP);
     EXPECT_TRUE(fs::is_empty(folder.path() / "outside/B"));
+}
+
+TEST_F(OpenFolderBelow, TheRootItselfMayBeALink) {
+    fs::create_directories(folder.path() / "real/A");
+    fs::create_symlink("real", root);
+    link("A", "inside");
+    EXPECT_EQ(open("inside"), 0);
+    EXPECT_TRUE(fs::exists(folder.path() / "real/A/mark"));
 }
 
 }  // namespace

@@ -68,9 +68,12 @@ TEST_F(Mover, CopiesBytesTimeAndPermissions) {
     EXPECT_EQ(status.st_mode & 07777, 0644u);
     EXPECT_THAT(entries(), ElementsAre("copy.ttf"));
 
-    // The longest name leaves no room for a temporary one.
-    EXPECT_EQ(move(source, target / std::string(255, 'n')), "copied");
-    // Files that the kernel makes up as they are read report a size of 0.
+    EXPECT_EQ(move(folder.write("empty.ttf", ""), target / "empty.ttf"), "copied");
+    EXPECT_EQ(fs::file_size(target / "empty.ttf"), 0u);
+}
+
+TEST_F(Mover, CopiesWhatTheKernelMakesUpAsItIsRead) {
+    // Such files report a size of 0.
     EXPECT_EQ(move("/proc/version", target / "version"), "copied");
     EXPECT_EQ(readFile(target / "version"), readFile("/proc/version"));
 }
@@ -112,6 +115,12 @@ TEST_F(Mover, SwallowsEveryFailureAndLeavesNothingBehind) {
         EXPECT_EQ(move(c.source, c.destination), c.outcome) << c.source << " " << c.destination;
     }
     EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(Mover, LongNamesNeedNoRoomForATemporaryOne) {
+    const fs::path font = folder.write("font.ttf", "font");
+    EXPECT_EQ(move(font, target / std::string(255, 'n')), "copied");
+    EXPECT_EQ(move(font, target / "new\nline\x1b[2J"), "copied");
 }
 
 TEST_F(Mover, FailsInAFolderThatCannotBeWritten) {
@@ -215,7 +224,19 @@ TEST_F(Mover, KilledInMidCopyLeavesNoHalfFont) {
     }
 }
 
-TEST_F(Mover, ForksTravelInASidecarAndOverwriteNoOther) {
+TEST_F(Mover, ForksKeptOutsideTheFileTravel) {
+    const fs::path suitcase = folder.write("Suitcase", "");
+    folder.write("._Suitcase", sidecar("FFIL", 1));
+    ASSERT_EQ(move(suitcase, target / "Other Name"), "copied");
+    EXPECT_EQ(fs::file_size(target / "Other Name"), 0u);
+    EXPECT_EQ(readFile(target / "._Other Name"), readFile(folder.path() / "._Suitcase"));
+    ForkLocator locator;
+    EXPECT_EQ(locator.finderInfo(target / "Other Name").info.type(), fourCharCode("FFIL"));
+    EXPECT_EQ(*locator.resourceFork(target / "Other Name").bytes, suitcaseFork(1));
+    EXPECT_THAT(entries(), SizeIs(2));
+}
+
+TEST_F(Mover, ASidecarIsNeverOverwrittenEither) {
     const fs::path suitcase = folder.write("Suitcase", "");
     folder.write("._Suitcase", sidecar("FFIL", 1));
 
@@ -228,12 +249,6 @@ TEST_F(Mover, ForksTravelInASidecarAndOverwriteNoOther) {
     fs::remove(target / "._Suitcase");
     fs::copy_file(folder.path() / "._Suitcase", target / "._Suitcase");
     EXPECT_EQ(move(suitcase, target / "Suitcase"), "copied");
-
-    ASSERT_EQ(move(suitcase, target / "Other Name"), "copied");
-    EXPECT_EQ(fs::file_size(target / "Other Name"), 0u);
-    ForkLocator locator;
-    EXPECT_EQ(locator.finderInfo(target / "Other Name").info.type(), fourCharCode("FFIL"));
-    EXPECT_EQ(*locator.resourceFork(target / "Other Name").bytes, suitcaseFork(1));
 
     // The file's name is taken: the sidecar goes again.
     fs::create_symlink("nowhere", target / "Dangling");
@@ -282,14 +297,16 @@ TEST_F(Mover, SameMeansBothForks) {
 }
 
 TEST_F(Mover, ConfinedCopiesDoNotLeaveTheirFolder) {
-    const fs::path font = folder.write("font.ttf", "font"), outside = folder.path() / "outside";
-    fs::create_directory(outside);
+    const fs::path font = folder.write("font.ttf", "font");
+    fs::create_directory(folder.path() / "outside");
+    fs::create_directory(target / "A");
     fs::create_symlink("../outside", target / "out");
     mover.confineTo(target);
-    for (const fs::path& place : {target / "out", outside, target / ".." / "outside"}) {
-        EXPECT_EQ(move(font, place / "x"), "refused") << place;
-    }
-    EXPECT_TRUE(fs::is_empty(outside));
+    EXPECT_EQ(move(font, target / "A" / "x"), "copied");
+    EXPECT_EQ(move(font, target / "out" / "x"), "refused");
+    EXPECT_EQ(move(font, folder.path() / "outside" / "x"), "refused");
+    EXPECT_EQ(move(font, target / ".." / "outside" / "x"), "refused");
+    EXPECT_TRUE(fs::is_empty(folder.path() / "outside"));
 }
 
 }  // namespace

@@ -155,7 +155,13 @@ TEST_F(SuitcaseMove, NeverOverwritesAndTellsSameFromDiffers) {
     EXPECT_EQ(readFile(written()), bytesOf("mine"));
 }
 
-TEST_F(SuitcaseMove, LeavesNothingAfterAFailure) {
+TEST_F(SuitcaseMove, TakesThePrinterFontAlongAndLeavesNothingAfterAFailure) {
+    ASSERT_THAT(font->printerFontPaths, SizeIs(1));
+    const fs::path name = font->printerFontPaths[0].filename();
+    source.write(name.string(), "printer font");
+    move();
+    EXPECT_EQ(readFile(writtenFolder() / name), bytesOf("printer font"));
+
     font->setAttribute(ePostscriptname, "Elsewhere");
     fs::remove(source.path() / "._Helvetica");
     EXPECT_EQ(move(), CopyOutcome::eFailed);
@@ -167,8 +173,7 @@ TEST_F(SuitcaseMove, LeavesNothingAfterAFailure) {
 }
 
 TEST_F(SuitcaseMove, TellsWhyItCannotReadEitherSideAndWhatDiffers) {
-    ASSERT_THAT(font->printerFontPaths, SizeIs(1));
-    const fs::path name = font->printerFontPaths[0].filename();
+    const fs::path name = font->printerFontPaths.at(0).filename();
     source.write(name.string(), "printer font");
     EXPECT_EQ(move(), CopyOutcome::eCopied);
     source.write(name.string(), "another printer font");

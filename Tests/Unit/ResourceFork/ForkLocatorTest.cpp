@@ -1,8 +1,10 @@
 #include "ForkLocator.h"
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include "AppleDouble.h"
 #include "LogRecorder.h"
 #include "MacBinary.h"
 #include "MacErrors.h"
@@ -94,6 +96,11 @@ class ForkLocatorTest : public testing::Test {
 };
 
 constexpr char kNothing[] = "status -39, status 0";
+
+TEST_F(ForkLocatorTest, AFileWithoutForkHasNone) {
+    EXPECT_EQ(found(), kNothing);
+    EXPECT_FALSE(locator_.hasForkOutsideFile(font()));
+}
 
 TEST_F(ForkLocatorTest, FoldersMissingFilesAndSpecialFilesAreNoFiles) {
     const fs::path fifo = folder_.path() / "fifo";
@@ -192,13 +199,16 @@ TEST_F(ForkLocatorTest, ServersHeadersAreToldByAllTheirFields) {
     Bytes info = finderInfo("FFIL");
     info[9] = 2;
     info[31] = 3;
-    write(".rsrc/Font", BigEndian().append(info).padTo(512).append(forkNamed("ushare")));
-    const FinderInfo uShareInfo = ForkLocator().finderInfo(font()).info;
+    const auto infoWith = [&](const std::string& name, const Bytes& bytes) {
+        write(name, bytes);
+        return ForkLocator().finderInfo(font()).info;
+    };
+    const FinderInfo uShareInfo =
+        infoWith(".rsrc/Font", BigEndian().append(info).padTo(512).append(forkNamed("ushare")));
     EXPECT_EQ(uShareInfo.flags(), 2);
     EXPECT_EQ(uShareInfo.view().u8(31), 0);
     write(".rsrc/Font", forkNamed("basilisk"));
-    write(".finf/Font", info);
-    EXPECT_EQ(ForkLocator().finderInfo(font()).info, FinderInfo::from(ByteView(info)));
+    EXPECT_EQ(infoWith(".finf/Font", info), FinderInfo::from(ByteView(info)));
 }
 
 TEST_F(ForkLocatorTest, EntriesOfASidecarComeInAnyOrderAndShape) {
@@ -236,14 +246,20 @@ TEST_F(ForkLocatorTest, DamagedSidecarsAreRefused) {
                   {46, 0xFFFFFFFF, "fork FFIL from AppleDouble sidecar"},  // a stale length
                   {82 + 4, 0x7FFFFFFF, "status -199" + info},  // a damaged resource header
                   {30, 4000, "fork from AppleDouble sidecar, status 0"}};  // no Finder information
-    const LogRecorder log;
-    EXPECT_EQ(foundWith(good, "._Font"), "fork FFIL from AppleDouble sidecar");
-    EXPECT_THAT(log.linesWith("ends with its file"), IsEmpty());
     for (const auto& c : kCases) {
         Bytes bad = good;
         patch(bad, c.at, 4, c.value);
         EXPECT_EQ(foundWith(bad, "._Font"), c.found) << c.at;
     }
+}
+
+TEST_F(ForkLocatorTest, AForkThatEndsWithItsFileIsLogged) {
+    const LogRecorder log;
+    Bytes stale = sidecar("fork");
+    EXPECT_EQ(foundWith(stale, "._Font"), "fork FFIL from AppleDouble sidecar");
+    EXPECT_THAT(log.linesWith("ends with its file"), IsEmpty());
+    patch(stale, 46, 4, 0xFFFFFFFF);
+    EXPECT_EQ(foundWith(stale, "._Font"), "fork FFIL from AppleDouble sidecar");
     EXPECT_THAT(log.linesWith("ends with its file:  " + (folder_.path() / "._Font").string()),
                 SizeIs(1));
 }
@@ -395,6 +411,18 @@ TEST_F(ForkLocatorTest, ForksThatAMountDoesNotGiveAreLogged) {
     EXPECT_TRUE(log.linesWith("out of reach").empty());
 }
 
+TEST_F(ForkLocatorTest, ReadsTheFileSystemsAttributes) {
+    const Bytes info = finderInfo("FFIL");
+    const Bytes bytes = forkNamed("small");
+    if (::setxattr(font().c_str(), "user.com.apple.FinderInfo", info.data(), info.size(), 0) != 0 ||
+        ::setxattr(font().c_str(), "user.com.apple.ResourceFork", bytes.data(), bytes.size(), 0) !=
+            0) {
+        GTEST_SKIP() << "no extended attributes in " << folder_.path();
+    }
+    EXPECT_EQ(found(), "small FFIL from copied attribute of macOS");
+    EXPECT_EQ(*locator_.externalForks(font()).resourceFork, bytes);
+}
+
 TEST_F(ForkLocatorTest, NativeForksAreReadThroughTheirPath) {
     ForkLocator::Environment environment = ForkLocator::Environment::native();
     environment.namedForkSuffix = ".named";
@@ -422,24 +450,20 @@ TEST_F(ForkLocatorTest, TheFileItselfMayBeAContainer) {
 
 TEST_F(ForkLocatorTest, MacBinaryVersionsAndTheirDamage) {
     const std::string good = "f FFIL from MacBinary file";
-    const Bytes noFork = bytesOf("this is no fork");
-    const struct {
-        int version;
-        bool rightChecksum;
-        Bytes fork;
-        std::string found;
-    } kVersions[] = {{3, true, forkNamed("f"), good},
-                     {3, false, forkNamed("f"), good},  // the signature is enough
-                     // Writers that get it wrong exist; the rest has to be right.
-                     {2, false, forkNamed("f"), good},
-                     {2, false, noFork, kNothing},
-                     {2, true, noFork, "status -199, FFIL from MacBinary file"}};
-    for (const auto& v : kVersions) {
-        EXPECT_EQ(foundWith(macBinary(
-                      v.fork, {v.version, "FFIL", "DMOV", Bytes(129, 'd'), 5, v.rightChecksum})),
-                  v.found);
-    }
     MacBinaryOptions options;
+    options.dataFork = Bytes(129, 'd');
+    options.secondaryLength = 5;
+    EXPECT_EQ(foundWith(macBinary(forkNamed("f"), options)), good);
+    options.rightChecksum = false;  // the signature is enough
+    EXPECT_EQ(foundWith(macBinary(forkNamed("f"), options)), good);
+    options.version = 2;  // writers that get it wrong exist; the rest has to be right
+    EXPECT_EQ(foundWith(macBinary(forkNamed("f"), options)), good);
+    EXPECT_EQ(foundWith(macBinary(bytesOf("this is no fork"), options)), kNothing);
+    options.rightChecksum = true;
+    EXPECT_EQ(foundWith(macBinary(bytesOf("this is no fork"), options)),
+              "status -199, FFIL from MacBinary file");
+
+    options = {};
     options.version = 1;
     const Bytes first = macBinary(forkNamed("f"), options);
     EXPECT_EQ(foundWith(first), good);
@@ -477,10 +501,12 @@ TEST(MacBinary, AnUnsignedHeaderHasToFitItsFile) {
     constexpr std::uint64_t kLarge = std::uint64_t{1} << 30;
     EXPECT_FALSE(isRead(0, 0, kLarge)) << "something there must be";
     EXPECT_TRUE(isRead(kMost, kMost, kLarge));
-    EXPECT_FALSE(isRead(kMost + 1, 1, kLarge) || isRead(1, kMost + 1, kLarge));
+    EXPECT_FALSE(isRead(kMost + 1, 1, kLarge));
+    EXPECT_FALSE(isRead(1, kMost + 1, kLarge));
     EXPECT_TRUE(isRead(129, 0, 128 + 129)) << "a last block that is not padded";
+    EXPECT_FALSE(isRead(129, 0, 128 + 128));
     EXPECT_TRUE(isRead(129, 7, 128 + 256 + 7));
-    EXPECT_FALSE(isRead(129, 0, 128 + 128) || isRead(129, 7, 128 + 256 + 6));
+    EXPECT_FALSE(isRead(129, 7, 128 + 256 + 6));
     header[1] = 63;
     std::fill_n(header.begin() + 2, 63, std::uint8_t{'n'});
     ASSERT_TRUE(isRead(1, 0, kLarge)) << "the longest name";
@@ -493,22 +519,18 @@ TEST(MacBinary, AnUnsignedHeaderHasToFitItsFile) {
 }
 
 TEST_F(ForkLocatorTest, TheBinHexLineIsLookedForOnlyNearTheStart) {
-    const struct {
-        std::string before;
-        const char* name;
-        bool isFound;
-    } kCases[] = {
-        {std::string(87, '-') + "\n", "Font", true},  // the line begins at 88 and fits 128 just so
-        {std::string(88, '-') + "\n", "Font", false},
-        {std::string(4000, '-') + "\r", "Font.HQX", true},
-        {std::string(5000, '-') + "\n", "Font.HQX", false},
-        {"> ", "Font.HQX", false}};
-    for (const auto& c : kCases) {
+    const auto foundBehind = [this](const std::string& text, const std::string& name) {
         BinHexOptions options;
-        options.before = c.before;
-        EXPECT_EQ(foundAnew(write(c.name, binHex(forkNamed("hex"), options))),
-                  c.isFound ? "hex FFIL from BinHex file" : kNothing);
-    }
+        options.before = text;
+        return foundAnew(write(name, binHex(forkNamed("hex"), options)));
+    };
+    constexpr char kHex[] = "hex FFIL from BinHex file";
+    // The line begins at 88 and fits 128 just so.
+    EXPECT_EQ(foundBehind(std::string(87, '-') + "\n", "Font"), kHex);
+    EXPECT_EQ(foundBehind(std::string(88, '-') + "\n", "Font"), kNothing);
+    EXPECT_EQ(foundBehind(std::string(4000, '-') + "\r", "Font.HQX"), kHex);
+    EXPECT_EQ(foundBehind(std::string(5000, '-') + "\n", "Font.HQX"), kNothing);
+    EXPECT_EQ(foundBehind("> ", "Font.HQX"), kNothing);
 }
 
 TEST_F(ForkLocatorTest, BinHexIsUnpackedAsFarAsItIsWhole) {
@@ -564,6 +586,20 @@ TEST_F(ForkLocatorTest, ForksOverTheLimitAreNotRead) {
 
 TEST_F(ForkLocatorTest, ExternalForksAreWhatACopyWouldLose) {
     EXPECT_TRUE(locator_.externalForks(font()).empty());
+    const Bytes bytes = forkNamed("fork");
+    write("._Font", sidecar("fork"));
+    const ExternalForks forks = locator_.externalForks(font());
+    EXPECT_EQ(forks.status, noErr);
+    EXPECT_EQ(*forks.resourceFork, bytes);
+    EXPECT_EQ(forks.finderInfo.type(), code("FFIL"));
+
+    // A copy with the same sidecar tells the same.
+    const fs::path copy = write("Copy", bytesOf("data"));
+    const Bytes made =
+        appledouble::makeAppleDouble(forks.finderInfo, ByteView(*forks.resourceFork));
+    EXPECT_EQ(made.size(), 82 + bytes.size());
+    write("._Copy", made);
+    EXPECT_EQ(found(locator_, copy), "fork FFIL from AppleDouble sidecar");
 
     // Damaged forks are kept as they are, placeholders are nothing.
     write("._Font", appleDouble("FFIL", "DMOV", bytesOf("damaged")));

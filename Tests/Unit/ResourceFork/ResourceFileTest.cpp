@@ -61,6 +61,12 @@ TEST(ResourceFile, ReadsTypesReferencesNamesAndDataInTheOrderOfTheMap) {
     EXPECT_EQ(file.find(kSfnt, 129), nullptr);
 }
 
+TEST(ResourceFile, EmptyForksAndForksWithoutResources) {
+    EXPECT_EQ(openStatus({}), eofErr);
+    EXPECT_EQ(openStatus(placeholderFork()), noErr);
+    EXPECT_THAT(Opened(ResourceForkBuilder()).types(), IsEmpty());
+}
+
 TEST(ResourceFile, RefusesForksWhoseMapOrTypeListDoesNotFit) {
     const ResourceForkBuilder builder = twoTypes();
     const Bytes good = builder;
@@ -89,7 +95,6 @@ TEST(ResourceFile, RefusesForksWhoseMapOrTypeListDoesNotFit) {
         fork.resize(size);
         EXPECT_EQ(openStatus(fork), mapReadErr);
     }
-    EXPECT_THAT(Opened(ResourceForkBuilder()).types(), IsEmpty());
 }
 
 TEST(ResourceFile, CountsOnlyReferencesInsideTheMap) {
@@ -157,6 +162,22 @@ TEST(ResourceFile, CompressedResourcesAreNotDecompressed) {
     EXPECT_EQ(file.data(*file.find(kFond, 1)).status, CantDecompress);
     EXPECT_EQ(file.data(*file.find(kFond, 2)).status, noErr);
     EXPECT_EQ(file.data(*file.find(kFond, 3)).status, noErr);
+}
+
+TEST(ResourceFile, ManyReferencesAreFoundQuickly) {
+    // All ids of 5,000 references, each looked for; a search through the list each time would take
+    // 25 million steps per round.
+    ResourceForkBuilder builder;
+    for (int i = 0; i < 5000; ++i) {
+        builder.add("NFNT", 5000 - i, Bytes(1, static_cast<std::uint8_t>(i)));
+    }
+    Opened file(builder);
+    for (int round = 0; round < 100; ++round) {
+        for (int id = 1; id <= 5000; ++id) {
+            const auto* reference = file.find(code("NFNT"), static_cast<std::int16_t>(id));
+            ASSERT_TRUE(reference != nullptr && reference->id == id) << id;
+        }
+    }
 }
 
 TEST(ResourceFileWriter, WritesWhatTheReaderReads) {
