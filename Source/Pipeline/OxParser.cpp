@@ -17,6 +17,7 @@
 #include "LibraryResources.h"
 #include "Log.h"
 #include "LookAhead.h"
+#include "OxFontReader.h"
 #include "OxParserDfontImp.h"
 #include "OxParserOpenTypeImp.h"
 #include "OxParserPFBImp.h"
@@ -76,6 +77,25 @@ std::queue<fs::path> queueOf(const fs::path& source) {
     return sources;
 }
 
+using Parsers = std::vector<std::unique_ptr<OxParserImp>>;
+
+// The order decides which parser wins a file.
+Parsers parsersOf(Reading reading, const ReadingDetails& details) {
+    Parsers parsers;
+    if (reading == Reading::eModern) {
+        parsers.push_back(std::make_unique<OxFontReader>(details));
+        return parsers;
+    }
+    parsers.push_back(std::make_unique<OxParserTrueTypeImp>(0));
+    parsers.push_back(std::make_unique<OxParserOpenTypeImp>(0));
+    parsers.push_back(std::make_unique<OxParserPFMImp>());
+    parsers.push_back(std::make_unique<OxParserPFBImp>());
+    parsers.push_back(std::make_unique<OxParserTrueTypeCollectionImp>(0));
+    parsers.push_back(std::make_unique<OxParserSuitcaseImp>());
+    parsers.push_back(std::make_unique<OxParserDfontImp>());
+    return parsers;
+}
+
 }  // namespace
 
 /// One notification's turn at the mutex: announced before waiting for it, so that the next parse
@@ -132,14 +152,7 @@ void OxParser::initialize() {
     fontQueue_.reset(new OxFontFactory::FontQueue);
     fileFactory_ = std::make_unique<OxFileFactory>(this, pathQueue_);
     fontFactory_ = std::make_unique<OxFontFactory>(this, pathQueue_, fontQueue_);
-    // The order decides which parser wins a file.
-    addParserImp(new OxParserTrueTypeImp(0));
-    addParserImp(new OxParserOpenTypeImp(0));
-    addParserImp(new OxParserPFMImp);
-    addParserImp(new OxParserPFBImp);
-    addParserImp(new OxParserTrueTypeCollectionImp(0));
-    addParserImp(new OxParserSuitcaseImp);
-    addParserImp(new OxParserDfontImp);
+    setReading(Reading::eCompatible);
 }
 
 void OxParser::configure_log4cpp(const char* propertyFile) {
@@ -178,12 +191,35 @@ void OxParser::loadFoundryList() {
     }
 }
 
+void OxParser::setReading(Reading reading, const ReadingDetails& details) {
+    Parsers own = parsersOf(reading, details);
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const boost::lock_guard<boost::mutex> registryLock(registry_);
+    const auto isOwn = [this](const OxParserImp& parser) {
+        return std::find(ownParsers_.begin(), ownParsers_.end(), &parser) != ownParsers_.end();
+    };
+    parsers_.erase_if(isOwn);
+    lastParser_ = nullptr;
+    ownParsers_.clear();
+    for (std::unique_ptr<OxParserImp>& parser : own) {
+        watchErrorsOf(*parser);
+        const auto place = parsers_.begin() + static_cast<std::ptrdiff_t>(ownParsers_.size());
+        ownParsers_.push_back(parser.get());
+        parsers_.insert(place, parser.release());
+    }
+    reading_ = reading;
+}
+
 void OxParser::addParserImp(OxParserImp* imp) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     const boost::lock_guard<boost::mutex> registryLock(registry_);
     parsers_.push_back(imp);
-    // A parser is at work with the mutex held; what it tells waits until that is released.
-    imp->setFileErrorReport([this](const fs::path& file, const std::string& reason) {
+    watchErrorsOf(*imp);
+}
+
+// A parser is at work with the mutex held; what it tells waits until that is released.
+void OxParser::watchErrorsOf(OxParserImp& parser) {
+    parser.setFileErrorReport([this](const fs::path& file, const std::string& reason) {
         FileErrors::value_type error(file, reason);
         if (std::find(fileErrors_.begin(), fileErrors_.end(), error) == fileErrors_.end()) {
             fileErrors_.push_back(std::move(error));
@@ -201,6 +237,7 @@ void OxParser::removeParserImp(OxParserImp* imp) {
         if (lastParser_ == imp) {
             lastParser_ = nullptr;
         }
+        std::erase(ownParsers_, imp);
         parsers_.erase(found);
     }
 }

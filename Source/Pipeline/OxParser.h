@@ -22,8 +22,15 @@
 #include "OxFontFactory.h"
 #include "OxParserImp.h"
 #include "OxQueue.h"
+#include "ReadingDetails.h"
 
 class LookAhead;
+
+/// How font files are read.
+enum class Reading {
+    eCompatible,  ///< as hosts have always known it, quirk for quirk
+    eModern       ///< what is really in the file, by the published formats; typed properties
+};
 
 /// The coordinator of a scan: owns the format parsers, the queues and the threads, and hands every
 /// font record to the host's callbacks.
@@ -71,6 +78,11 @@ class OXPARSER_EXPORT OxParser {
                          const boost::filesystem::path& foundryCodes);
     /// Loads the library's own two lists.
     void loadFoundryList();
+
+    /// Chooses the reading: the coordinator's own parsers give way to those of that reading, before
+    /// any that a host has added. Compatible without this call. To be called before `run`.
+    void setReading(Reading reading, const ReadingDetails& details = {});
+    Reading reading() const { return reading_; }
 
     /// Appends a parser to the registry, which owns it from then on and passes its file errors on.
     /// Like removeParserImp, to be called from any thread but out of a callback or a parser; waits
@@ -137,6 +149,7 @@ class OXPARSER_EXPORT OxParser {
     class NotificationTurn;
     using FileErrors = std::vector<std::pair<boost::filesystem::path, std::string>>;
 
+    void watchErrorsOf(OxParserImp& parser);
     void recordQueued() { ++queuedRecords_; }
     void recordTaken() { --queuedRecords_; }
     bool notificationsGoFirst() const;
@@ -152,7 +165,9 @@ class OXPARSER_EXPORT OxParser {
     boost::shared_ptr<OxFontFactory::FontQueue> fontQueue_;
     std::queue<boost::filesystem::path> sources_;
     boost::ptr_vector<OxParserImp> parsers_;
-    OxParserImp* lastParser_ = nullptr;  // that parsed a file
+    OxParserImp* lastParser_ = nullptr;     // that parsed a file
+    std::vector<OxParserImp*> ownParsers_;  // those of parsers_ that belong to the reading
+    std::atomic<Reading> reading_{Reading::eCompatible};
     boost::mutex mutex_;
     // Who changes the registry holds this as well as mutex_, which a parse keeps to its end:
     // helpers ask the parsers meanwhile.

@@ -9,6 +9,7 @@
 
 #include "FontFoundryList.h"
 #include "FoundryName.h"
+#include "PropertyNames.h"
 
 namespace {
 
@@ -56,6 +57,9 @@ OxFont& OxFont::operator=(const OxFont& other) {
     }
     for (const auto& [key, value] : other.attributes_) {
         attributes_[key] = value;
+    }
+    for (const auto& [name, value] : other.properties_) {
+        setProperty(name, value);
     }
     diagnostics_.insert(diagnostics_.end(), other.diagnostics_.begin(), other.diagnostics_.end());
     printerFontPaths.insert(printerFontPaths.end(), other.printerFontPaths.begin(),
@@ -142,6 +146,20 @@ void OxFont::addDiagnostic(FontDiagnosticType type, int code, const std::string&
 
 void OxFont::addDiagnostic(FontDiagnosticType type, int code) {
     addDiagnostic(type, code, std::string());
+}
+
+void OxFont::addDiagnostic(FontDiagnosticType type, int code, const std::string& text,
+                           FontDiagnosticPlace where) {
+    diagnostics_.push_back({type, code, text, std::move(where)});
+}
+
+void OxFont::setProperty(std::string_view name, OxPropertyValue value) {
+    const std::size_t rank = propertyRank(name);
+    const auto later =
+        std::find_if(properties_.begin(), properties_.end(),
+                     [rank](const auto& entry) { return propertyRank(entry.first) > rank; });
+    const auto position = static_cast<std::size_t>(later - properties_.begin());
+    properties_.insert(position, name, std::move(value));
 }
 
 void OxFont::removeDiagnostic(const FontDiagnostic& diagnostic) {

@@ -3,11 +3,13 @@
 #include <boost/filesystem/path.hpp>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "Export.h"
 #include "FontDiagnostic.h"
+#include "OxProperties.h"
 
 /// @name Attribute keys
 /// Hosts look attributes up by these texts; the capitalisation is part of the interface. What is
@@ -103,6 +105,8 @@ class OXPARSER_EXPORT OxFont {
 
     void addDiagnostic(FontDiagnosticType type, int code, const std::string& text);
     void addDiagnostic(FontDiagnosticType type, int code);
+    void addDiagnostic(FontDiagnosticType type, int code, const std::string& text,
+                       FontDiagnosticPlace where);
     /// Removes the first diagnostic of equal type and text. The code is deliberately not compared.
     void removeDiagnostic(const FontDiagnostic& diagnostic);
     /// Appends the codes and texts of all diagnostics of one type; the vectors stay parallel.
@@ -132,6 +136,11 @@ class OXPARSER_EXPORT OxFont {
     std::string getGeneratedSuitcaseFolder() const;
 
     const std::map<std::string, std::string>& attributes() const { return attributes_; }
+    /// What the modern reading found, typed; empty in a record of the compatible one. The names
+    /// and their order are those of propertyNames, then any others as they were set.
+    const OxProperties& properties() const { return properties_; }
+    void setProperty(std::string_view name, OxPropertyValue value);
+    void removeProperty(std::string_view name) { properties_.remove(name); }
     const std::vector<FontDiagnostic>& diagnostics() const { return diagnostics_; }
     const std::vector<std::pair<int, int>>& resources() const { return resources_; }
 
@@ -142,6 +151,7 @@ class OXPARSER_EXPORT OxFont {
 
   private:
     std::map<std::string, std::string> attributes_;
+    OxProperties properties_;
     std::vector<FontDiagnostic> diagnostics_;
 
   public:

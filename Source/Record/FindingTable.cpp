@@ -1,0 +1,40 @@
+#include "FindingTable.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr FindingRow kRows[] = {
+    // 20000: the file and what it is
+    {20000, eError, "File has a font's name and holds none"},
+    {20001, eNote, "File has a font's name and holds something else"},
+    {20002, eNote, "File is a font of another kind than its extension says"},
+    {20003, eError, "Font is too entangled to be read to its end"},
+    {20004, eError, "File cannot be read whole"},
+    {20005, eError, "File has changed or shrunk while it was read"},
+    {20006, eNote, "Further findings are left out"},
+    // 20100: sfnt fonts and their collections
+    // 20200: WOFF and WOFF2
+    // 20300: Type 1, Type 42, CID and bare CFF
+    // 20400: PFM and AFM
+    // 20500: Mac fonts
+};
+
+static_assert(std::is_sorted(std::begin(kRows), std::end(kRows),
+                             [](const FindingRow& a, const FindingRow& b) {
+                                 return a.code < b.code;
+                             }));
+
+}  // namespace
+
+std::span<const FindingRow> findingTable() {
+    return kRows;
+}
+
+const FindingRow* findingRow(int code) {
+    const auto row = std::lower_bound(
+        std::begin(kRows), std::end(kRows), code,
+        [](const FindingRow& candidate, int wanted) { return candidate.code < wanted; });
+    return row != std::end(kRows) && row->code == code ? &*row : nullptr;
+}
