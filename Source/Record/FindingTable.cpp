@@ -15,6 +15,25 @@ constexpr FindingRow kRows[] = {
     {20005, eError, "File has changed or shrunk while it was read"},
     {20006, eNote, "Further findings are left out"},
     // 20100: sfnt fonts and their collections
+    {20100, eError, "Collection has no member"},
+    {20101, eError, "Table directory goes past the end of the font"},
+    {20102, eError, "Table lies outside the font"},
+    {20103, eError, "Field of a table cannot be read"},
+    {20104, eWarning, "mismatching checksums for a table"},
+    {20105, eNote, "Table directory names a table more than once"},
+    {20106, eError, "Members of the collection begin past its end"},
+    {20107, eError, "Collection has more members than are read"},
+    {20108, eWarning, "Text of a name record lies outside the 'name' table"},
+    {20109, eError, "Character map lies outside the 'cmap' table"},
+    {20110, eError, "Character map has an unknown format"},
+    {20111, eError, "Character map goes past the end of the 'cmap' table"},
+    {20112, eError, "Table has an unknown version"},
+    {20113, eError, "'fvar' table has records that are too short"},
+    {20114, eError, "Font has neither outlines nor bitmaps"},
+    {20115, eError, "invalid units per em"},
+    {20116, eWarning, "'hmtx' table is shorter than its metrics"},
+    {20117, eError, "'loca' table is shorter than its locations"},
+    {20118, eError, "'glyf' table ends before its last glyph"},
     // 20200: WOFF and WOFF2
     // 20300: Type 1, Type 42, CID and bare CFF
     // 20400: PFM and AFM
