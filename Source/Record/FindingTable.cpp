@@ -17,7 +17,20 @@ constexpr FindingRow kRows[] = {
     // 20100: sfnt fonts and their collections
     // 20200: WOFF and WOFF2
     // 20300: Type 1, Type 42, CID and bare CFF
+    {20300, eWarning, "PFB segment reaches past the end of the file"},
+    {20301, eNote, "PFB has no end marker"},
+    {20302, eError, "PFB begins with a wrong byte"},
+    {20303, eWarning, "PFB segment has no valid header"},
+    {20304, eError, "Type 1 program has no encrypted part"},
+    {20305, eError, "Encrypted part of Type 1 program cannot be decoded"},
+    {20306, eError, "Font program has no glyphs"},
+    {20307, eError, "Font program ends within its glyphs"},
+    {20308, eNote, "Font program has another number of glyphs than it claims"},
+    {20309, eWarning, "Font program lacks a required entry"},
+    {20310, eWarning, "String in font program has no end"},
+    {20311, eError, "Type 42 program holds no TrueType font"},
     // 20400: PFM and AFM
+    {20400, eNote, "Metrics and font program state different PostScript names"},
     // 20500: Mac fonts
     {20500, eError, "Resource fork is damaged"},
     {20501, eError, "Resource fork cannot be read"},
