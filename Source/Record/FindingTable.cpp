@@ -62,6 +62,24 @@ constexpr FindingRow kRows[] = {
     // 20400: PFM and AFM
     {20400, eNote, "Metrics and font program state different PostScript names"},
     // 20500: Mac fonts
+    {20500, eError, "Resource fork is damaged"},
+    {20501, eError, "Resource fork cannot be read"},
+    {20502, eError, "Resource fork is lost"},
+    {20503, eError, "Font family record cannot be read"},
+    {20504, eError, "Resource that a font family names is missing"},
+    {20505, eError, "Resource lies outside its file"},
+    {20506, eError, "Resource is compressed"},
+    {20507, eError, "Bitmap strike cannot be read"},
+    {20508, eError, "Printer font is missing"},
+    {20509, eNote, "Printer font is built into PostScript printers"},
+    {20510, eError, "Part of a printer font is missing"},
+    {20511, eError, "Part of a printer font is of an unknown kind"},
+    {20512, eWarning, "Printer font does not say where it ends"},
+    {20513, eWarning, "Part of a printer font lies behind its end"},
+    {20514, eNote, "Resource is named by several font families"},
+    {20515, eWarning, "Resource number occurs twice"},
+    {20516, eError, "Further fonts of the file are left out"},
+    {20517, eError, "Data fork in a container cannot be read"},
 };
 
 static_assert(std::is_sorted(std::begin(kRows), std::end(kRows),
