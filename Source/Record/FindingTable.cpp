@@ -31,6 +31,12 @@ constexpr FindingRow kRows[] = {
     {20311, eError, "Type 42 program holds no TrueType font"},
     // 20400: PFM and AFM
     {20400, eNote, "Metrics and font program state different PostScript names"},
+    {20401, eError, "PFM width table is cut off"},
+    {20402, eError, "PFM kerning table is cut off"},
+    {20403, eNote, "PFM kerning table has another number of pairs than the metrics say"},
+    {20404, eNote, "AFM section has another number of lines than it claims"},
+    {20405, eWarning, "AFM section has no end"},
+    {20406, eWarning, "AFM file lacks a required word"},
     // 20500: Mac fonts
 };
 
