@@ -16,6 +16,17 @@ constexpr FindingRow kRows[] = {
     {20006, eNote, "Further findings are left out"},
     // 20100: sfnt fonts and their collections
     // 20200: WOFF and WOFF2
+    {20200, eError, "WOFF header or directory is incomplete"},
+    {20201, eError, "Length in WOFF header is not the file's"},
+    {20202, eError, "Size of the unpacked font in WOFF header is wrong"},
+    {20203, eError, "Tables in WOFF directory are not in order"},
+    {20204, eError, "Parts of WOFF file overlap or leave a gap"},
+    {20205, eError, "Table cannot be unpacked whole from WOFF file"},
+    {20206, eError, "Tables cannot be unpacked from WOFF2 file"},
+    {20207, eError, "Font in WOFF file is too large to be unpacked"},
+    {20208, eWarning, "Metadata of WOFF file cannot be read"},
+    {20209, eWarning, "Private data of WOFF file lie outside of it"},
+    {20210, eWarning, "Reserved field of WOFF header is not zero"},
     // 20300: Type 1, Type 42, CID and bare CFF
     {20300, eWarning, "PFB segment reaches past the end of the file"},
     {20301, eNote, "PFB has no end marker"},

@@ -1,5 +1,5 @@
 #include "SfntReader.h"
 
-void readSfnt(ByteView /*file*/, FaceContext& context, FontFaces& faces) {
+void readSfnt(ByteView /*file*/, FaceContext& context, FontFaces& faces, SfntOrigin /*origin*/) {
     Face(faces, context);
 }
