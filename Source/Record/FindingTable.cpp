@@ -40,6 +40,8 @@ constexpr FindingRow kRows[] = {
     {20309, eWarning, "Font program lacks a required entry"},
     {20310, eWarning, "String in font program has no end"},
     {20311, eError, "Type 42 program holds no TrueType font"},
+    {20320, eError, "CFF font cannot be read"},
+    {20321, eError, "CFF font has no glyphs"},
     // 20400: PFM and AFM
     {20400, eNote, "Metrics and font program state different PostScript names"},
     {20401, eError, "PFM width table is cut off"},

@@ -34,7 +34,7 @@ constexpr Rule kRules[] = {
     {Pfm::eReserved, Fault::eIsNot, 0, eNote, 15207},
     {Pfm::eDriverInfo, Fault::eIs, 0, eError, 15208},
     {Pfm::eDriverInfo, Fault::ePastEnd, 0, eError, 15209},
-    {Pfm::eEtmSize, Fault::eIsNot, PfmFields::kMetricsSize, eWarning, 15300},
+    {Pfm::eEtmSize, Fault::eIsNot, PfmFields::kMetricsSize, eNote, 15300},
     {Pfm::eEtmPointSize, Fault::eIsNot, 240, eNote, 15301},  // 12 points in twentieths
     {Pfm::eEtmOrientation, Fault::eIsNot, 0, eNote, 15302},
     {Pfm::eEtmMasterHeight, Fault::eIsNot, 1000, eNote, 15303},
