@@ -252,6 +252,6 @@ void readWoff2(ByteView file, FaceContext& context, FontFaces& faces) {
         return;
     }
     const std::size_t first = faces.size();
-    readSfnt(*image, context, faces, SfntOrigin::eRebuilt);
+    readUnpackedSfnt(*image, SfntOrigin::eRebuilt, context, faces);
     findings.giveTo(faces, first);
 }

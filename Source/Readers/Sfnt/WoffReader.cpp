@@ -300,6 +300,6 @@ void readWoff(ByteView file, FaceContext& context, FontFaces& faces) {
         return;
     }
     const std::size_t first = faces.size();
-    readSfnt(*image, context, faces, SfntOrigin::eUnpacked);
+    readUnpackedSfnt(*image, SfntOrigin::eUnpacked, context, faces);
     findings.giveTo(faces, first);
 }
