@@ -39,13 +39,12 @@ constexpr FindingRow kRows[] = {
     {20201, eError, "Length in WOFF header is not the file's"},
     {20202, eError, "Size of the unpacked font in WOFF header is wrong"},
     {20203, eError, "Tables in WOFF directory are not in order"},
-    {20204, eError, "Parts of WOFF file overlap or leave a gap"},
+    {20204, eError, "Parts of WOFF file do not lie one behind the other"},
     {20205, eError, "Table cannot be unpacked whole from WOFF file"},
     {20206, eError, "Tables cannot be unpacked from WOFF2 file"},
     {20207, eError, "Font in WOFF file is too large to be unpacked"},
     {20208, eWarning, "Metadata of WOFF file cannot be read"},
-    {20209, eWarning, "Private data of WOFF file lie outside of it"},
-    {20210, eWarning, "Reserved field of WOFF header is not zero"},
+    {20209, eWarning, "Reserved field of WOFF header is not zero"},
     // 20300: Type 1, Type 42, CID and bare CFF
     // 20400: PFM and AFM
     // 20500: Mac fonts
