@@ -35,7 +35,8 @@ class Woff2Directory {
         for (unsigned i = 0; i < header.tables; ++i) {
             readEntry();
         }
-        if (header.flavor == fourCharCode("ttcf")) {
+        collection_ = header.flavor == fourCharCode("ttcf");
+        if (collection_) {
             readCollection();
         } else {
             beginFont(tables_.size());
@@ -50,7 +51,8 @@ class Woff2Directory {
     /// With what a decoder has to remember of each font.
     std::uint64_t unpackedSize() const { return unpacked_; }
     std::uint64_t streamOffset() const { return at_; }
-    /// Each font has both outlines and their index, once, or neither.
+    /// Each font has both outlines and their index, once, or neither; in a collection the one
+    /// behind the other.
     bool isConsistent() const { return consistent_; }
 
   private:
@@ -117,13 +119,12 @@ class Woff2Directory {
         }
     }
     void endFont() {
-        if (font_.glyf != font_.loca || font_.glyf > 1) {
-            consistent_ = false;
-        } else if (font_.glyf == 1) {
-            consistent_ =
-                consistent_ && font_.lastLoca == font_.lastGlyf + 1 &&
-                tables_[font_.lastGlyf].transformed == tables_[font_.lastLoca].transformed;
-        }
+        const bool both = font_.glyf == 1 && font_.loca == 1;
+        const bool neither = font_.glyf == 0 && font_.loca == 0;
+        const bool inOrder = !collection_ || font_.lastLoca == font_.lastGlyf + 1;
+        consistent_ = consistent_ && (neither || (both && inOrder &&
+                                                  tables_[font_.lastGlyf].transformed ==
+                                                      tables_[font_.lastLoca].transformed));
     }
 
     std::uint32_t readBase128(const char* field) {
@@ -158,6 +159,7 @@ class Woff2Directory {
     std::uint64_t transformed_ = 0;
     std::uint64_t unpacked_ = 0;
     Font font_;
+    bool collection_ = false;
     bool consistent_ = true;
 };
 
