@@ -47,9 +47,7 @@ Reader readerOf(FontFormat format) {
     switch (format) {
         case FontFormat::eSfnt:
         case FontFormat::eCollection:
-            return [](ByteView bytes, FaceContext& context, FontFaces& faces) {
-                readSfnt(bytes, context, faces);
-            };
+            return readSfnt;
         case FontFormat::eWoff:
             return readWoff;
         case FontFormat::eWoff2:

@@ -165,6 +165,10 @@ void ImageReader::read() {
 
 }  // namespace
 
-void readSfnt(ByteView image, FaceContext& context, FontFaces& faces, SfntOrigin origin) {
+void readSfnt(ByteView image, FaceContext& context, FontFaces& faces) {
+    readUnpackedSfnt(image, SfntOrigin::eOriginal, context, faces);
+}
+
+void readUnpackedSfnt(ByteView image, SfntOrigin origin, FaceContext& context, FontFaces& faces) {
     ImageReader(image, context, faces, origin).read();
 }
