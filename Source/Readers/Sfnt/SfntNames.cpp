@@ -101,7 +101,7 @@ void SfntNames::readRecords(const FontTable& table) {
                             index});
         records_.push_back(record);
     }
-    if (outside > 0 && !table.isCut()) {
+    if (outside > 0 && count == taken && !table.isCut()) {
         font_.find(kOutside,
                    std::to_string(outside) + " of " + std::to_string(count) + ", the first name " +
                        std::to_string(firstOutside.id) + " of platform " +
