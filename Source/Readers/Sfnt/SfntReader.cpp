@@ -166,9 +166,9 @@ void ImageReader::read() {
 }  // namespace
 
 void readSfnt(ByteView image, FaceContext& context, FontFaces& faces) {
-    readUnpackedSfnt(image, SfntOrigin::eOriginal, context, faces);
+    readSfnt(image, context, faces, SfntOrigin::eOriginal);
 }
 
-void readUnpackedSfnt(ByteView image, SfntOrigin origin, FaceContext& context, FontFaces& faces) {
+void readSfnt(ByteView image, FaceContext& context, FontFaces& faces, SfntOrigin origin) {
     ImageReader(image, context, faces, origin).read();
 }
