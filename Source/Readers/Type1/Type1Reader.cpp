@@ -86,12 +86,17 @@ void findMissing(Face& face, const FontDictionary& dictionary, std::span<const R
     }
 }
 
-std::string encodingOf(const FontDictionary& dictionary) {
+// Answers it, too; empty without one.
+std::string addEncoding(Face& face, const FontDictionary& dictionary) {
     if (!dictionary.has(Key::eEncoding)) {
         return {};
     }
-    const std::string word = dictionary.bytes(Key::eEncoding);
-    return word == "StandardEncoding" || word == "ISOLatin1Encoding" ? word : "custom";
+    std::string word = dictionary.bytes(Key::eEncoding);
+    if (word != "StandardEncoding" && word != "ISOLatin1Encoding") {
+        word = "custom";
+    }
+    face.set("encoding", word);
+    return word;
 }
 
 // What glyph names tell of characters.
@@ -164,10 +169,7 @@ void readType1(ByteView program, FaceContext& context, FontFaces& faces) {
     const FontDictionary dictionary(parts.clear().text());
     setType(face, ProgramParts::isSegmented(program), dictionary);
     addDictionary(face, dictionary, Key::eFontName);
-    const std::string encoding = encodingOf(dictionary);
-    if (!encoding.empty()) {
-        face.set("encoding", encoding);
-    }
+    const std::string encoding = addEncoding(face, dictionary);
     findMissing(face, dictionary, kType1Needs);
     if (spent) {
         addEncryptedPart(face, parts, encoding);
@@ -186,7 +188,7 @@ void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
     if (!dictionary.has(Key::eSfnts)) {
         face.find(kNoSfnts, "");
     }
-    addGlyphs(face, program.text(), encodingOf(dictionary));
+    addGlyphs(face, program.text(), addEncoding(face, dictionary));
     addMetrics(face);
 }
 
