@@ -153,7 +153,7 @@ void setType(Face& face, bool segmented, const FontDictionary& dictionary) {
         face.record().setFontType(type3 ? OxFont::T3Outline : OxFont::T1Outline);
         return;
     }
-    face.set("container", segmented ? "pfb" : "pfa");
+    setContainer(face, segmented ? "pfb" : "pfa");
     if (segmented) {
         face.record().setFontType(OxFont::PFB);
     }
@@ -180,7 +180,7 @@ void readType1(ByteView program, FaceContext& context, FontFaces& faces) {
 void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "type42");
-    face.set("container", "pfa");
+    setContainer(face, "pfa");
     face.spend(kPassesOverProgram * program.size());
     const FontDictionary dictionary(program.text());
     addDictionary(face, dictionary, Key::eFontName);
@@ -195,7 +195,7 @@ void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
 void readCidProgram(ByteView program, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "cid");
-    face.set("container", "pfa");
+    setContainer(face, "pfa");
     face.spend(kPassesOverProgram * program.size());
     const FontDictionary dictionary(program.text());
     addDictionary(face, dictionary, Key::eCidFontName);
