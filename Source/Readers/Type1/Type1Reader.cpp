@@ -24,6 +24,9 @@ constexpr int kMissingKey = 20309;
 constexpr int kUnclosedString = 20310;
 constexpr int kNoSfnts = 20311;
 
+// CIDs go up to 65535 (PostScript Language Reference, appendix B).
+constexpr double kMostCids = 65536;
+
 constexpr char kPrinterFont[] = "printer-font";
 
 // Decoding, looking for the dictionaries and reading them.
@@ -201,7 +204,7 @@ void readCidProgram(ByteView program, FaceContext& context, FontFaces& faces) {
     addDictionary(face, dictionary, Key::eCidFontName);
     findMissing(face, dictionary, kCidNeeds);
     const std::optional<double> count = dictionary.number(Key::eCidCount);
-    if (count && *count >= 0) {
+    if (count && *count >= 0 && *count <= kMostCids) {
         face.set("glyphs", *count);
     }
     addMetrics(face);
