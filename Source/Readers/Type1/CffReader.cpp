@@ -153,9 +153,7 @@ void CffFont::readCharset(GlyphCharacters& characters, std::uint64_t at, std::ui
 void readBareCff(ByteView file, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "cff");
-    if (context.container.empty()) {
-        face.set("container", "cff");
-    }
+    setContainer(face, "cff");
     try {
         const CffFont font(file, face);
         font.addNames(face);

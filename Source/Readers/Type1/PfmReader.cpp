@@ -93,7 +93,7 @@ void addKerning(Face& face, const PfmFields& fields) {
 void readPfm(ByteView file, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "metrics");
-    face.set("container", "pfm");
+    setContainer(face, "pfm");
     const PfmFields fields(file);
     if (file.size() < kSmallest) {
         face.find(
