@@ -284,11 +284,9 @@ void MacFontFaces::addPrinterFont(Face& face, const Member& member) {
         face.set("printerFonts", OxPropertyValue::List{fromUnstated(path.string())});
         face.record().printerFontPaths.push_back(path);
         face.record().setAttribute(ePrinterFilePath, path.filename().string());
-    } else if (PrinterFontSearch::isBuiltIn(face.text("postscriptName"))) {
-        face.find(finding::kPrinterFontBuiltIn, name);
-    } else {
-        // An error, sound as the strike may be: the family's outlines are nowhere else, and it
-        // neither prints nor scales without them.
+    } else if (!name.empty()) {
+        // The strike itself is sound, and its outlines may lie elsewhere or be built into a
+        // printer: no error. But without them the family neither scales nor prints well.
         face.find(finding::kPrinterFontMissing, name);
     }
 }
