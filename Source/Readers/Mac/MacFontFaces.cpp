@@ -122,9 +122,14 @@ void MacFontFaces::noteMapDefects() {
                                          " lie past the end of the map",
                                      {}});
         }
-        for (const std::int16_t id : resources_.repeatedIds(type)) {
-            fileFindings_.push_back({finding::kNumberTwice,
-                                     typeText(type) + " " + std::to_string(id), placeOf(type, id)});
+        const std::vector<std::int16_t> repeated = resources_.repeatedIds(type);
+        if (!repeated.empty()) {
+            std::string detail = typeText(type) + " " + std::to_string(repeated.front());
+            if (repeated.size() > 1) {
+                detail += " and " + std::to_string(repeated.size() - 1) + " others";
+            }
+            fileFindings_.push_back(
+                {finding::kNumberTwice, std::move(detail), placeOf(type, repeated.front())});
         }
     }
 }
