@@ -23,6 +23,12 @@ namespace {
 constexpr char kFolderNote[] =
     "Without a PATH, the system's and the user's font folders are scanned. A PATH\n"
     "given twice is scanned once.";
+constexpr char kScanNote[] =
+    "The first column is a font's state, the worst of its findings: ok, note, warning,\n"
+    "broken, or no font for a file that only its name makes one. The strikes of a\n"
+    "bitmap family share a line.\n\n"
+    "Without a PATH, the system's and the user's font folders are scanned. A PATH\n"
+    "given twice is scanned once.";
 constexpr char kExplainNote[] =
     "Without a CODE, all of them are explained. In the table, square brackets hold\n"
     "remarks on codes that the catalogue of messages does not know.";
@@ -80,6 +86,8 @@ using Names = std::map<std::string, Value>;
 
 const Names<Format> kFormats = {
     {"table", Format::eTable}, {"jsonl", Format::eJsonLines}, {"csv", Format::eCsv}};
+const Names<Reading> kReadings = {{"modern", Reading::eModern},
+                                  {"compatible", Reading::eCompatible}};
 const Names<ProgressMode> kProgressModes = {{"auto", ProgressMode::eAuto},
                                             {"always", ProgressMode::eAlways},
                                             {"never", ProgressMode::eNever}};
@@ -121,6 +129,8 @@ void addFormat(CLI::App& command, Options& options) {
 /// The options of all commands that scan.
 void addScanOptions(CLI::App& command, Options& options) {
     addFormat(command, options);
+    addChoice(command, "--reading", "modern|compatible", kReadings, options.reading,
+              "What is in the files, or what hosts of the library get without asking (modern)");
     addChoice(command, "--progress", "auto|always|never", kProgressModes, options.progress,
               "Progress on standard error; auto: on a terminal (auto)");
     addChoice(command, "--fail-on", "error|warning|never", kFailOns, options.failOn,
@@ -137,6 +147,20 @@ void addScanOptions(CLI::App& command, Options& options) {
     addFile(command, "--foundry-codes", options.foundryCodes,
             "Foundry codes and names, instead of the library's own");
     addFile(command, "--log", options.log, "A log4cpp property file (no logging)");
+}
+
+void addSwitch(CLI::App& command, const std::string& option, bool& value, const std::string& help) {
+    command.add_flag(option, value, help)->option_text(" ");
+}
+
+/// Properties that take room or time; only JSON lines of the modern reading show them.
+void addDetailOptions(CLI::App& command, Options& options) {
+    addSwitch(command, "--names", options.details.names,
+              "Also every name record (modern reading, jsonl only)");
+    addSwitch(command, "--coverage", options.details.coverage,
+              "Also the characters themselves (modern reading, jsonl only)");
+    addSwitch(command, "--tables", options.details.tables,
+              "Also the tables and their sums (modern reading, jsonl only)");
 }
 
 void addImportOptions(CLI::App& command, Options& options) {
@@ -164,13 +188,17 @@ class CommandLine {
         app_.footer(std::string("oxparser COMMAND --help tells more about a command.\n\n") +
                     kStatusNote);
 
-        Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote);
+        Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kScanNote);
         addScanOptions(*scan.command, scan.options);
+        addDetailOptions(*scan.command, scan.options);
+        addSwitch(*scan.command, "--all", scan.options.unfolded,
+                  "A line of the table for each strike of a bitmap family");
 
         Entry& check =
             add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
         check.options.failOn = FailOn::eError;
         addScanOptions(*check.command, check.options);
+        addDetailOptions(*check.command, check.options);
 
         Entry& import = add("import", "Copy recognised fonts into a folder", "PATH... --to FOLDER",
                             runImport, kImportNote);

@@ -183,6 +183,7 @@ int runImport(const Options& options, Output& output, Console& console) {
     ScanSession session(options, output, console);
     OxFontImporter importer(sources, options.destination, lists.names, lists.codes);
     importer.parser().setTolerantWalk(true);
+    importer.parser().setReading(options.reading);
     importer.setCreateFolders(options.createFolders);
     importer.setDryRun(options.dryRun);
 
