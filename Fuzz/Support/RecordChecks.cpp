@@ -33,13 +33,14 @@ bool isKnown(const FontDiagnostic& diagnostic, const RecordRules& rules) {
 }
 
 bool isEqual(const FontDiagnostic& a, const FontDiagnostic& b) {
-    return a.type == b.type && a.code == b.code && a.text == b.text;
+    return a.type == b.type && a.code == b.code && a.text == b.text && a.where == b.where;
 }
 
 }  // namespace
 
 void checkEqual(const OxFont& a, const OxFont& b) {
     check(a.attributes() == b.attributes(), "equal attributes of two parses");
+    check(a.properties() == b.properties(), "equal properties of two parses");
     check(std::equal(a.diagnostics().begin(), a.diagnostics().end(), b.diagnostics().begin(),
                      b.diagnostics().end(), isEqual),
           "equal diagnostics of two parses");
