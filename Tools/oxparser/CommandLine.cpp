@@ -35,7 +35,9 @@ constexpr char kExplainNote[] =
 constexpr char kImportNote[] =
     "Fonts go to FOLDER/INITIAL/FAMILY/FOUNDRY/FILE. Nothing that exists is ever\n"
     "overwritten. A line for each font says what became of it: copied, same, differs,\n"
-    "no-folder, no-file, refused or failed. A FOLDER inside a PATH is left out of the\n"
+    "no-folder, no-file, refused, failed, or same-file for further faces of a file.\n"
+    "Under the modern reading partners (a suitcase and its printer fonts, a program\n"
+    "and its metrics) stay together. A FOLDER inside a PATH is left out of the\n"
     "scan; a PATH given twice is scanned once.";
 constexpr char kStatusNote[] =
     "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong\n"
@@ -171,8 +173,9 @@ void addImportOptions(CLI::App& command, Options& options) {
             "--no-create-folders", [&options] { options.createFolders = false; },
             "Skip copies whose folder is missing")
         ->option_text(" ");
-    command.add_flag("--dry-run", options.dryRun, "Say what would be done, and do nothing")
-        ->option_text(" ");
+    addSwitch(command, "--dry-run", options.dryRun, "Say what would be done, and do nothing");
+    addSwitch(command, "--keep-both", options.keepBoth,
+              "Place what would be \"differs\" beside it, as NAME-2 (modern reading)");
 }
 
 /// The program's commands. A new command is one more `add`.

@@ -25,5 +25,6 @@ struct Options {
     std::string destination;
     bool createFolders = true;
     bool dryRun = false;
+    bool keepBoth = false;
     std::vector<std::string> arguments;  ///< PATHs or CODEs, exactly as given
 };
