@@ -16,7 +16,7 @@ struct Rule {
 
 constexpr Rule kRules[] = {
     {Pfm::eVersion, Fault::eIsNot, 0x0100, eWarning, 15100},
-    {Pfm::eType, Fault::eIsNot, 0x0081, eNote, 15106},
+    {Pfm::eTypeBits, Fault::eIsNot, 0x0081, eNote, 15106},
     {Pfm::eVertRes, Fault::eIsNot, 300, eNote, 15107},
     {Pfm::eHorizRes, Fault::eIsNot, 300, eNote, 15108},
     {Pfm::eWidthBytes, Fault::eIsNot, 0, eNote, 15109},

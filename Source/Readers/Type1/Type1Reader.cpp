@@ -61,11 +61,11 @@ void addDictionary(Face& face, const FontDictionary& dictionary, Key name) {
         setUnstated(face, row.property, dictionary.bytes(row.key));
     }
     setUnstated(face, "postscriptName", dictionary.bytes(name));
-    setUnstated(face, "copyright", dictionary.bytes(Key::eCopyright));
+    setUnstated(face, "copyright", dictionary.bytes(Key::eCopyrightText));
     if (face.text("copyright").empty()) {
         setUnstated(face, "copyright", dictionary.bytes(Key::eNotice));
     }
-    setWeightWord(face, dictionary.bytes(Key::eWeight));
+    setWeightWord(face, dictionary.bytes(Key::eWeightWord));
     if (const std::optional<double> angle = dictionary.number(Key::eItalicAngle)) {
         setItalicAngle(face, *angle);
     }
