@@ -21,6 +21,10 @@ bool OxParserImp::readsWhole(const boost::filesystem::path& /*file*/) const {
 
 void OxParserImp::releaseMemory() {}
 
+bool OxParserImp::firstRecordFirst() const {
+    return false;
+}
+
 bool OxParserImp::diagnoseFont(boost::filesystem::path /*file*/) {
     return false;
 }

@@ -34,6 +34,9 @@ class OXPARSER_EXPORT OxParserImp {
     /// for looking at that file again. A coordinator calls it before another parser reads a file,
     /// so that one file's bytes are kept at a time. The base does nothing.
     virtual void releaseMemory();
+    /// Whether the records of a file reach a coordinator's host in the order of the list. The base
+    /// answers false: the last comes first, as hosts of the compatible parsers expect.
+    virtual bool firstRecordFirst() const;
     /// Reserved.
     virtual bool diagnoseFont(boost::filesystem::path file);
     /// Reserved.

@@ -63,6 +63,10 @@ class RecordBatch {
     Clock::time_point since_;
 };
 
+OxFont* takeNext(boost::ptr_vector<OxFont>& fonts, bool first) {
+    return (first ? fonts.release(fonts.begin()) : fonts.pop_back()).release();
+}
+
 void letGo(std::unique_ptr<boost::thread>& thread) {
     if (thread && thread->joinable()) {
         thread->detach();
@@ -129,10 +133,10 @@ void OxFontFactory::consumeFiles() {
             if (lookAhead) {
                 turn.emplace(*lookAhead, number);
             }
-            const std::unique_ptr<boost::ptr_vector<OxFont>> records(coordinator_->parseFile(file));
-            while (records && !records->empty()) {
-                // The last record goes first; hosts rely on the order.
-                const boost::shared_ptr<OxFont> font(records->pop_back().release());
+            const OxParser::Parsed parsed = coordinator_->parse(file);
+            while (parsed.fonts && !parsed.fonts->empty()) {
+                // Hosts rely on the order.
+                const boost::shared_ptr<OxFont> font(takeNext(*parsed.fonts, parsed.firstFirst));
                 font->setSourceFile(file);
                 if (producing_) {
                     coordinator_->recordQueued();

@@ -247,6 +247,10 @@ bool OxParser::notificationsGoFirst() const {
 }
 
 boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
+    return parse(file).fonts.release();
+}
+
+OxParser::Parsed OxParser::parse(const fs::path& file) {
     boost::unique_lock<boost::mutex> lock(mutex_);
     while (notificationsGoFirst()) {
         notificationsDone_.wait(lock);
@@ -256,10 +260,11 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
         std::atomic<int>& parsed;
         ~Count() { ++parsed; }
     } const count{filesParsed_};
-    std::unique_ptr<boost::ptr_vector<OxFont>> fonts;
+    Parsed parsed;
     for (OxParserImp& parser : parsers_) {
         if (parser.inspectFont(file)) {
-            fonts.reset(parseWith(parser, file));
+            parsed.fonts.reset(parseWith(parser, file));
+            parsed.firstFirst = parser.firstRecordFirst();
             break;
         }
     }
@@ -273,7 +278,7 @@ boost::ptr_vector<OxFont>* OxParser::parseFile(const fs::path& file) {
             logChannel().error(error.what());
         }
     }
-    return fonts.release();
+    return parsed;
 }
 
 // The memory for a whole file goes from parser to parser, or back to the system.

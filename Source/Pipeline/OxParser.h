@@ -155,6 +155,11 @@ class OXPARSER_EXPORT OxParser {
     bool notificationsGoFirst() const;
     std::unique_ptr<LookAhead> startLookAhead();
     bool readsWhole(const boost::filesystem::path& file);
+    struct Parsed {
+        std::unique_ptr<boost::ptr_vector<OxFont>> fonts;
+        bool firstFirst = false;  // the order in which they go to the host
+    };
+    Parsed parse(const boost::filesystem::path& file);
     boost::ptr_vector<OxFont>* parseWith(OxParserImp& parser, const boost::filesystem::path& file);
     void reportRecords(const std::function<void()>& report);
     void callFontProgress(int parsed, int total, const boost::shared_ptr<OxFont>& font);

@@ -6,6 +6,8 @@
 #include "OxParserImp.h"
 #include "ReadingDetails.h"
 
+class FileLook;
+
 /// The modern reading of font files, as a format parser: what is really in a file, known by its
 /// content, whatever its name; typed properties beside the attributes.
 ///
@@ -25,10 +27,9 @@ class OXPARSER_EXPORT OxFontReader : public OxParserImp {
     /// By the name: those that fonts usually have.
     bool readsWhole(const boost::filesystem::path& file) const override;
     void releaseMemory() override;
+    bool firstRecordFirst() const override { return true; }
 
   private:
-    class Look;
-
     ReadingDetails details_;
-    std::unique_ptr<Look> look_;
+    std::unique_ptr<FileLook> look_;
 };
