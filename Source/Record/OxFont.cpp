@@ -1,6 +1,7 @@
 #include "OxFont.h"
 
 #include <algorithm>
+#include <iterator>
 #include <array>
 #include <boost/assign/list_of.hpp>
 #include <locale>
@@ -154,10 +155,12 @@ void OxFont::addDiagnostic(FontDiagnosticType type, int code, const std::string&
 }
 
 void OxFont::setProperty(std::string_view name, OxPropertyValue value) {
+    // Searched from the end, since readers mostly set properties in their order.
     const std::size_t rank = propertyRank(name);
-    const auto later =
-        std::find_if(properties_.begin(), properties_.end(),
-                     [rank](const auto& entry) { return propertyRank(entry.first) > rank; });
+    auto later = properties_.end();
+    while (later != properties_.begin() && propertyRank(std::prev(later)->first) > rank) {
+        --later;
+    }
     const auto position = static_cast<std::size_t>(later - properties_.begin());
     properties_.insert(position, name, std::move(value));
 }

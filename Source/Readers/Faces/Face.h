@@ -13,6 +13,8 @@
 /// The records of one file, first face first.
 using FontFaces = boost::ptr_vector<OxFont>;
 
+class FolderPartners;
+
 /// What a reader knows beside the bytes.
 struct FaceContext {
     const boost::filesystem::path& file;  // as the walk named it
@@ -20,6 +22,7 @@ struct FaceContext {
     std::string container;    // the property of that name
     std::string fingerprint;  // of the file, or of the resource that holds the face
     WorkLimit& work;
+    FolderPartners* partners = nullptr;  // kept from file to file; null: the folder is listed anew
 };
 
 /// A record in the making: what every reader does with one.

@@ -1,10 +1,14 @@
 #include "MacFontReader.h"
 
-bool holdsMacFonts(ByteView /*resourceFile*/) {
-    return false;
+#include "FontResources.h"
+#include "MacFontFaces.h"
+
+bool holdsMacFonts(ByteView resourceFile) {
+    FontResources resources;
+    return resources.open(resourceFile) == noErr && resources.holdsAny();
 }
 
-void readMacFonts(ByteView /*resourceFile*/, const ResourceFileOrigin& /*origin*/,
+void readMacFonts(ByteView resourceFile, const ResourceFileOrigin& origin, ForkLocator& forks,
                   FaceContext& context, FontFaces& faces) {
-    Face(faces, context);
+    MacFontFaces(resourceFile, origin, forks, context, faces).read();
 }

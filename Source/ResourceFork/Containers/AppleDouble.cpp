@@ -82,6 +82,8 @@ std::optional<Layout> readHeader(ByteView header, std::uint64_t fileSize, Strict
         } else if (entry.id == static_cast<std::uint32_t>(Entry::eFinderInfo) && !infoSeen) {
             infoSeen = true;
             layout.finderInfo = extent;
+        } else if (entry.id == static_cast<std::uint32_t>(Entry::eDataFork) && !layout.dataFork) {
+            layout.dataFork = extent;
         }
     }
     return layout;

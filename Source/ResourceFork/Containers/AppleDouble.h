@@ -32,6 +32,7 @@ struct Extent {
 
 struct Layout {
     bool isSingle = false;
+    std::optional<Extent> dataFork;  // of AppleSingle
     std::optional<Extent> resourceFork;
     std::optional<Extent> finderInfo;
     bool clamped = false;   // the fork's length was stale and now ends with the file

@@ -39,11 +39,12 @@ constexpr bool isLineEnd(std::uint8_t c) {
     return c == '\r' || c == '\n';
 }
 
-// Takes the unpacked bytes, in runs, and keeps the header and the resource fork.
+enum class Wanted { eHeader, eDataFork, eResourceFork };
+
+// Takes the unpacked bytes, in runs, and keeps the header and the fork that is wanted.
 class Parts {
   public:
-    Parts(bool headerOnly, std::uint64_t forkLimit)
-        : headerOnly_(headerOnly), forkLimit_(forkLimit) {}
+    Parts(Wanted wanted, std::uint64_t forkLimit) : wanted_(wanted), forkLimit_(forkLimit) {}
 
     bool finished() const { return part_ == Part::eDone || part_ == Part::eDamaged; }
     bool complete() const { return part_ == Part::eDone; }
@@ -66,7 +67,7 @@ class Parts {
             return 1;
         }
         const auto used = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, left_));
-        if (part_ == Part::eFork) {
+        if (part_ == wantedPart()) {
             fork_.insert(fork_.end(), used, byte);
         }
         left_ -= used;
@@ -87,9 +88,22 @@ class Parts {
                 bytes.u8(nameLength + 1) == 0 &&
                 crc16(bytes.slice(0, static_cast<std::uint32_t>(end))) == bytes.u16be(end);
             readFields(bytes.from(nameLength + 2));
-            part_ = !intact ? Part::eDamaged : headerOnly_ ? Part::eDone : Part::eData;
-            left_ = std::uint64_t{header_.dataLength} + 2;
+            if (!intact) {
+                part_ = Part::eDamaged;
+            } else if (wanted_ == Wanted::eHeader) {
+                part_ = Part::eDone;
+            } else {
+                begin(Part::eData, header_.dataLength);
+            }
         }
+    }
+
+    Part wantedPart() const { return wanted_ == Wanted::eDataFork ? Part::eData : Part::eFork; }
+
+    void begin(Part part, std::uint32_t length) {
+        part_ = part == wantedPart() && length > forkLimit_ ? Part::eDamaged : part;
+        length_ = length;
+        left_ = std::uint64_t{length} + 2;
     }
 
     void readFields(ByteView fields) {
@@ -99,24 +113,24 @@ class Parts {
     }
 
     void endPart() {
-        if (part_ == Part::eData) {
-            part_ = header_.forkLength > forkLimit_ ? Part::eDamaged : Part::eFork;
-            left_ = std::uint64_t{header_.forkLength} + 2;
+        if (part_ != wantedPart()) {
+            begin(Part::eFork, header_.forkLength);
             return;
         }
         const ByteView bytes(fork_.data(), fork_.size());
-        const std::uint16_t stored = bytes.u16be(header_.forkLength);
-        const bool intact = crc16(bytes.slice(0, header_.forkLength)) == stored;
-        fork_.resize(header_.forkLength);
+        const std::uint16_t stored = bytes.u16be(length_);
+        const bool intact = crc16(bytes.slice(0, length_)) == stored;
+        fork_.resize(length_);
         part_ = intact ? Part::eDone : Part::eDamaged;
     }
 
-    bool headerOnly_;
+    Wanted wanted_;
     std::uint64_t forkLimit_;
     Part part_ = Part::eHeader;
     std::vector<std::uint8_t> small_;
     Header header_;
-    std::uint64_t left_ = 0;  // of the part, its CRC included
+    std::uint32_t length_ = 0;  // of the part
+    std::uint64_t left_ = 0;    // of it, its CRC included
     std::vector<std::uint8_t> fork_;
 };
 
@@ -205,13 +219,16 @@ std::optional<std::size_t> findText(ByteView start) {
 }
 
 std::optional<Header> readHeader(ByteView text) {
-    Parts parts(true, 0);
+    Parts parts(Wanted::eHeader, 0);
     Decoder(parts).take(text);
     return parts.complete() ? std::optional(parts.header()) : std::nullopt;
 }
 
-std::optional<std::vector<std::uint8_t>> decodeFork(const NextPiece& next, std::uint64_t limit) {
-    Parts parts(false, limit);
+namespace {
+
+std::optional<std::vector<std::uint8_t>> decode(Wanted wanted, const NextPiece& next,
+                                                std::uint64_t limit) {
+    Parts parts(wanted, limit);
     Decoder decoder(parts);
     for (ByteView piece = next(); !piece.empty(); piece = next()) {
         if (!decoder.take(piece)) {
@@ -219,6 +236,17 @@ std::optional<std::vector<std::uint8_t>> decodeFork(const NextPiece& next, std::
         }
     }
     return parts.complete() ? std::optional(std::move(parts.fork())) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::uint8_t>> decodeFork(const NextPiece& next, std::uint64_t limit) {
+    return decode(Wanted::eResourceFork, next, limit);
+}
+
+std::optional<std::vector<std::uint8_t>> decodeDataFork(const NextPiece& next,
+                                                        std::uint64_t limit) {
+    return decode(Wanted::eDataFork, next, limit);
 }
 
 }  // namespace binhex

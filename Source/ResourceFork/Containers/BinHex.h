@@ -43,4 +43,7 @@ using NextPiece = std::function<ByteView()>;
 /// not for what is claimed, and time in proportion to the text.
 std::optional<std::vector<std::uint8_t>> decodeFork(const NextPiece& next, std::uint64_t limit);
 
+/// The same for the data fork.
+std::optional<std::vector<std::uint8_t>> decodeDataFork(const NextPiece& next, std::uint64_t limit);
+
 }  // namespace binhex

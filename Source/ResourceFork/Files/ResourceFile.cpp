@@ -88,6 +88,11 @@ bool ResourceFile::holdsType(std::uint32_t type) const {
     return entry(type) != nullptr;
 }
 
+std::uint32_t ResourceFile::claimedReferences(std::uint32_t type) const {
+    const TypeEntry* found = entry(type);
+    return found != nullptr ? found->count : 0;
+}
+
 const ResourceFile::TypeEntry* ResourceFile::entry(std::uint32_t type) const {
     const auto found =
         std::lower_bound(types_.begin(), types_.end(), type,

@@ -53,6 +53,8 @@ class ResourceFile {
     /// The types in the order of the map; of two entries for one type the first counts.
     std::vector<std::uint32_t> types() const;
     bool holdsType(std::uint32_t type) const;
+    /// How many references the map claims for a type, whether they lie inside it or not.
+    std::uint32_t claimedReferences(std::uint32_t type) const;
     /// The references of a type in the order of the map, as far as they lie inside it.
     std::span<const Reference> references(std::uint32_t type);
     /// The first reference of a type with this id; null when there is none.

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+#include "ByteView.h"
+
+/// The clear bytes of a part that `eexec` encrypted (Adobe Type 1 Font Format 1.1, chapter 7),
+/// binary or in hexadecimal digits, without its four random bytes in front. Empty when there are no
+/// more than these.
+std::string decodedEexec(ByteView encrypted);
