@@ -73,7 +73,7 @@ def printer_file(name):
 def glyphs_of_strike(data):
     first, last = struct.unpack_from(">2h", data, 2)
     height, table = struct.unpack_from(">2H", data, 14)
-    if height == 0:
+    if height == 0 or struct.unpack_from(">H", data, 24)[0] == 0:
         return 0
     place = 16 + 2 * table
     entries = struct.unpack_from(">%dh" % (last - first + 3), data, place)
