@@ -156,6 +156,66 @@ void addMac(Seeds& seeds) {
     }
 }
 
+// WOFF 1.0, each table stored as it is.
+Bytes woffOf(const Bytes& font) {
+    constexpr std::uint32_t kHeader = 44;
+    const ByteView sfnt(font.data(), font.size());
+    const std::uint16_t count = sfnt.u16be(4);
+    BigEndian directory;
+    BigEndian data;
+    const std::uint32_t start = kHeader + 20U * count;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const ByteView record = sfnt.slice(12 + 16 * i, 16);
+        const std::uint32_t length = record.u32be(12);
+        const auto at = start + static_cast<std::uint32_t>(Bytes(data).size());
+        directory.u32(record.u32be(0)).u32(at).u32(length).u32(length).u32(record.u32be(4));
+        const ByteView table = sfnt.clamped(record.u32be(8), length);
+        data.append(Bytes(table.data(), table.data() + table.size())).zeros((4 - length % 4) % 4);
+    }
+    const auto total = start + static_cast<std::uint32_t>(Bytes(data).size());
+    const auto unpacked = static_cast<std::uint32_t>((font.size() + 3) / 4 * 4);
+    return BigEndian()
+        .text("wOFF")
+        .u32(sfnt.u32be(0))
+        .u32(total)
+        .u16(count)
+        .u16(0)
+        .u32(unpacked)
+        .zeros(24)
+        .append(directory)
+        .append(data);
+}
+
+constexpr std::string_view kAfm =
+    "StartFontMetrics 4.1\nFontName Acme-Bold\nFullName Acme Bold\nFamilyName Acme\n"
+    "Weight Bold\nItalicAngle 0\nIsFixedPitch false\nStartCharMetrics 2\n"
+    "C 32 ; WX 250 ; N space ; B 0 0 0 0 ;\nC 65 ; WX 722 ; N A ; B 15 0 706 674 ;\n"
+    "EndCharMetrics\nStartKernData\nStartKernPairs 1\nKPX A space -55\nEndKernPairs\n"
+    "EndKernData\nEndFontMetrics\n";
+
+// What the modern reading is given, each also as a file of some name.
+void addReaders(Seeds& seeds) {
+    const Bytes good = SfntBuilder::goodFont().build();
+    const Bytes bareCff = bytesOf("\1\0\4\1\0\1\1\1\5Acme");
+    seeds["SfntFace"] = {{"good", good},
+                         {"kerning", kerningFont().build()},
+                         {"shared", seeds["Collection"]["shared"]}};
+    seeds["WoffFace"] = {{"good", woffOf(good)}};
+    seeds["Woff2Face"] = {{"header", joined({bytesOf("wOF2"), Bytes(60)})}};
+    seeds["Type1Face"] = {
+        {"pfb", pfbFile(acmeType1Text())}, {"text", bytesOf(type1Program())}, {"cff", bareCff}};
+    seeds["MetricsFace"] = {{"pfm", PfmBuilder().bytes()}, {"sound-afm", bytesOf(kAfm)}};
+    seeds["MacFace"] = {
+        {"family", suitcase()}, {"masters", multipleMaster()}, {"printer", printerFont()}};
+    std::uint8_t name = 0;
+    for (const char* target : {"SfntFace", "WoffFace", "Type1Face", "MetricsFace", "MacFace"}) {
+        for (const auto& [seed, bytes] : seeds[target]) {
+            seeds["Recognition"][std::string(target) + "-" + seed] = behind(name++, bytes);
+        }
+    }
+    seeds["Recognition"]["macbinary"] = behind(7, macBinary(suitcase()));
+}
+
 void addImport(Seeds& seeds) {
     const auto fields = [](std::string_view family, std::string_view foundry,
                            std::string_view file) {
@@ -176,5 +236,6 @@ Seeds makeSeeds() {
     addFoundries(seeds);
     addMac(seeds);
     addImport(seeds);
+    addReaders(seeds);
     return seeds;
 }

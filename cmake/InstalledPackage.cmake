@@ -31,7 +31,7 @@ else()
 endif()
 set(OXPARSER_PC_LIBS
     "-L\${libdir} -loxparser -lboost_filesystem -lboost_thread -lboost_system -pthread")
-set(OXPARSER_PC_LIBS_PRIVATE "-llog4cpp -ldl")
+set(OXPARSER_PC_LIBS_PRIVATE "-llog4cpp -lfontconfig -lwoff2dec -lutf8proc -lz -ldl")
 if(NOT BUILD_SHARED_LIBS)
     # There is only the static library, so what it needs is needed always.
     string(APPEND OXPARSER_PC_LIBS " ${OXPARSER_PC_LIBS_PRIVATE}")

@@ -2,6 +2,6 @@
 
 const char* copyOutcomeName(CopyOutcome outcome) {
     static constexpr const char* kNames[] = {"copied",  "same",    "differs", "no-folder",
-                                             "no-file", "refused", "failed"};
+                                             "no-file", "refused", "failed",  "same-file"};
     return kNames[static_cast<int>(outcome)];
 }

@@ -15,10 +15,11 @@ enum class CopyOutcome {
     eNoFolder,  ///< skipped: the destination's folder does not exist
     eNoFile,    ///< the record names no file
     eRefused,   ///< the output path leaves the destination folder
-    eFailed     ///< see the error code; nothing was left behind
+    eFailed,    ///< see the error code; nothing was left behind
+    eSameFile   ///< a further face of a file that was dealt with; modern reading only
 };
 
-/// "copied", "same", "differs", "no-folder", "no-file", "refused", "failed".
+/// "copied", "same", "differs", "no-folder", "no-file", "refused", "failed", "same-file".
 OXPARSER_EXPORT const char* copyOutcomeName(CopyOutcome outcome);
 
 struct CopyResult {
@@ -37,5 +38,8 @@ struct FontCopy {
     boost::filesystem::path destination;
     CopyOutcome outcome;
     boost::system::error_code error;  ///< set with Failed only
-    boost::shared_ptr<OxFont> font;   ///< the record; its "FontFilePath" is the new folder
+    /// The record; its "FontFilePath" is the new folder. Under the modern reading a copy without
+    /// long texts and most properties, and of a partner that no record comes from the one of the
+    /// font that names it.
+    boost::shared_ptr<OxFont> font;
 };

@@ -10,6 +10,8 @@
 #include <exception>
 #include <iostream>
 
+#include "CollectedImport.h"
+#include "FileSystemSync.h"
 #include "FolderBelow.h"
 #include "Log.h"
 #include "OxFontSuitcaseMover.h"
@@ -74,6 +76,16 @@ void OxFontImporter::initialize() {
         boost::bind(&OxFontImporter::fileProgress, this, _1, _2, _3));
     parser_->fontProgressCallbacks.push_back(
         boost::bind(&OxFontImporter::fontProgress, this, _1, _2, _3));
+    // A cancellation during the walk is not told to the font completion callbacks.
+    parser_->fileCompletionCallbacks.push_back([this](bool cancelled) {
+        if (cancelled) {
+            cancelled_ = true;
+        }
+    });
+    parser_->fontCompletionCallbacks.push_back(
+        boost::bind(&OxFontImporter::fontCompletion, this, _1));
+    collected_ = std::make_unique<CollectedImport>(destination_);
+    sync_ = std::make_unique<FileSystemSync>();
 }
 
 void OxFontImporter::setMover(std::unique_ptr<OxFontMover> mover) {
@@ -91,6 +103,11 @@ void OxFontImporter::import() {
     // What lies there has been imported already.
     parser_->leaveOut(destinationFolder());
     parser_->run();
+}
+
+void OxFontImporter::cancel() {
+    cancelled_ = true;
+    parser_->cancel();
 }
 
 void OxFontImporter::fileProgress(int found, int total, void* /*context*/) {
@@ -118,6 +135,10 @@ void OxFontImporter::fontProgress(int /*parsed*/, int /*total*/, boost::shared_p
     if (!font) {
         return;
     }
+    if (parser_->reading() == Reading::eModern) {
+        collected_->add(*font);
+        return;
+    }
     const std::string fileName = font->getAttribute(eFileName);
     const fs::path source = fs::path(font->getAttribute(eFontFilePath)) / fileName;
     const fs::path relative =
@@ -128,11 +149,64 @@ void OxFontImporter::fontProgress(int /*parsed*/, int /*total*/, boost::shared_p
 
     const CopyResult result =
         fileName.empty() ? CopyResult{CopyOutcome::eNoFile, {}} : place(source, output, font);
-    const FontCopy copy{source, output, result.outcome, result.error, font};
+    report({source, output, result.outcome, result.error, font});
+    font.reset();
+}
+
+void OxFontImporter::report(const FontCopy& copy) {
     for (const CopyCallback& callback : copyCallbacks) {
         callback(copy);
     }
-    font.reset();
+}
+
+void OxFontImporter::fontCompletion(bool cancelled) {
+    if (parser_->reading() != Reading::eModern) {
+        return;
+    }
+    if (cancelled) {
+        cancelled_ = true;
+    }
+    try {
+        placeCollected();
+    } catch (const std::exception& error) {
+        // The host waits for its own completion callbacks.
+        logChannel().error(error.what());
+        syncError_ = systemError(ENOMEM);
+    }
+}
+
+void OxFontImporter::placeCollected() {
+    CollectedImport::Ways ways;
+    ways.place = [this](const fs::path& source, const fs::path& below,
+                        boost::shared_ptr<OxFont>& font) {
+        const fs::path output = destination_ / below;
+        const CopyResult result = place(source, output, font);
+        results_.clear();  // each file comes once
+        if (result.outcome == CopyOutcome::eCopied && !dryRun_) {
+            sync_->noteFileIn(output.parent_path());
+        }
+        return result;
+    };
+    ways.differs = [this](const fs::path& source, const fs::path& below) {
+        return differs(source, destination_ / below);
+    };
+    ways.report = [this](const FontCopy& copy) { report(copy); };
+    ways.cancelled = [this] { return cancelled_.load(); };
+    collected_->place(ways, keepBoth_);
+    syncError_ = sync_->sync();
+}
+
+bool OxFontImporter::differs(const fs::path& source, const fs::path& destination) {
+    if (isTaken(destination)) {
+        return mover_->compare(source, destination).outcome == CopyOutcome::eDiffers;
+    }
+    const auto rehearsed = rehearsed_.find(destination.string());
+    return rehearsed != rehearsed_.end() &&
+           mover_->compare(source, rehearsed->second).outcome == CopyOutcome::eDiffers;
+}
+
+std::size_t OxFontImporter::leftOut() const {
+    return collected_->leftOut();
 }
 
 CopyResult OxFontImporter::place(const fs::path& source, const fs::path& output,

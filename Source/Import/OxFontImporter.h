@@ -1,8 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <boost/filesystem/path.hpp>
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
+#include <boost/system/error_code.hpp>
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <optional>
@@ -17,12 +20,19 @@
 #include "OxFontMover.h"
 #include "OxParser.h"
 
+class CollectedImport;
+class FileSystemSync;
+
 /// Copies every font file found in some sources into a destination folder, laid out by family
 /// initial, family name and foundry.
 ///
 /// Use: construct, append callbacks to parser() and to copyCallbacks, `import`, wait for the
 /// coordinator's font completion callback, destroy. Copies are made one at a time on the
-/// coordinator's font-producer thread, with its mutex held.
+/// coordinator's font-producer thread, with its mutex held: under the compatible reading when a
+/// record is reported; under the modern one when all have been, before the host's font completion
+/// callbacks. Then a family's suitcases and their printer fonts, programs and their metrics go into
+/// one folder, folder and file names are made safe for every file system, folders that are equal
+/// but for case are one, and what was copied is on the disk at the end.
 ///
 /// Nothing is ever overwritten and nothing is written outside the destination folder: family and
 /// file names come out of fonts, so an output path that leads elsewhere, by its text or through a
@@ -49,17 +59,24 @@ class OXPARSER_EXPORT OxFontImporter {
     /// Walks the sources and returns; parsing and copying go on in the coordinator's threads. A
     /// tolerant walk leaves out the destination where it lies inside a source.
     void import();
+    /// Ends the scan and the copying early, from any thread but not from a callback. Under the
+    /// modern reading nothing is placed from then on; the same goes for a coordinator that is
+    /// cancelled.
+    void cancel();
 
     /// The handler of the coordinator's file progress.
     void fileProgress(int found, int total, void* context);
     /// The handler of the coordinator's font progress: has the mover copy the record's file, and
     /// makes the record's "FontFilePath" the new folder, relative to the destination. Releases
-    /// `font`.
+    /// `font`. Under the modern reading it only collects.
     void fontProgress(int parsed, int total, boost::shared_ptr<OxFont> font);
     /// Where a font goes below the destination: "./", the family's first byte and the family, the
     /// foundry, the file name. Empty texts have no element; texts are used as they are.
     boost::filesystem::path createPath(const std::string& family, const std::string& foundry,
                                        const std::string& fileName);
+
+    /// The handler of the coordinator's font completion: places what was collected.
+    void fontCompletion(bool cancelled);
 
     /// The coordinator, for callbacks and settings of the host.
     OxParser& parser() { return *parser_; }
@@ -74,14 +91,30 @@ class OXPARSER_EXPORT OxFontImporter {
     void setCreateFolders(bool create) { createFolders_ = create; }
     /// Nothing is copied or created; the outcomes say what would have been.
     void setDryRun(bool dryRun) { dryRun_ = dryRun; }
+    /// Under the modern reading: what would be "differs" is placed as NAME-2.EXT, NAME-3.EXT, …; a
+    /// set of partners under its own names in a folder NAME-2. What is there already with equal
+    /// bytes is the "same".
+    void setKeepBoth(bool keepBoth) { keepBoth_ = keepBoth; }
     /// @}
 
     /// Called once a record, on the font-producer thread. Several records may come from one file;
-    /// only the first is "copied", the others are the "same".
+    /// only the first is "copied", the others are the "same", or "same-file" under the modern
+    /// reading. That reading tells of partners without a record, too.
     std::vector<CopyCallback> copyCallbacks;
+
+    /// @name Under the modern reading, once the font completion callbacks are called
+    /// @{
+    /// What kept the copies from being written to the disk; none when they are there.
+    const boost::system::error_code& syncError() const { return syncError_; }
+    /// The records that were cancelled before their turn to be placed.
+    std::size_t leftOut() const;
+    /// @}
 
   private:
     boost::filesystem::path destinationFolder() const;
+    void placeCollected();
+    bool differs(const boost::filesystem::path& source, const boost::filesystem::path& destination);
+    void report(const FontCopy& copy);
     CopyResult place(const boost::filesystem::path& source, const boost::filesystem::path& output,
                      boost::shared_ptr<OxFont>& font);
     void move(const boost::filesystem::path& source, const boost::filesystem::path& output,
@@ -105,4 +138,10 @@ class OXPARSER_EXPORT OxFontImporter {
     // the members of a collection are not compared and copied one by one.
     std::map<std::pair<std::string, std::string>, std::optional<CopyResult>> results_;
     std::map<std::string, boost::filesystem::path> rehearsed_;  // target, the source copied to it
+    // The modern reading's.
+    std::unique_ptr<CollectedImport> collected_;
+    std::unique_ptr<FileSystemSync> sync_;
+    bool keepBoth_ = false;
+    std::atomic<bool> cancelled_{false};
+    boost::system::error_code syncError_;
 };

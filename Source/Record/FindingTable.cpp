@@ -59,8 +59,16 @@ constexpr FindingRow kRows[] = {
     {20309, eWarning, "Font program lacks a required entry"},
     {20310, eWarning, "String in font program has no end"},
     {20311, eError, "Type 42 program holds no TrueType font"},
+    {20320, eError, "CFF font cannot be read"},
+    {20321, eError, "CFF font has no glyphs"},
     // 20400: PFM and AFM
     {20400, eNote, "Metrics and font program state different PostScript names"},
+    {20401, eError, "PFM width table is cut off"},
+    {20402, eError, "PFM kerning table is cut off"},
+    {20403, eNote, "PFM kerning table has another number of pairs than the metrics say"},
+    {20404, eNote, "AFM section has another number of lines than it claims"},
+    {20405, eWarning, "AFM section has no end"},
+    {20406, eWarning, "AFM file lacks a required word"},
     // 20500: Mac fonts
     {20500, eError, "Resource fork is damaged"},
     {20501, eError, "Resource fork cannot be read"},

@@ -55,8 +55,12 @@ class Look {
             return std::move(result_);
         }
         ForkAnswer answer = forks_.resourceFork(file_.file);
+        result_.trouble = answer.status == fnfErr ? std::string() : answer.trouble.reason;
         if (!takeFork(answer) && !takeDataFork()) {
             judge(answer);
+            if (result_.kind == Kind::eNothing && !result_.trouble.empty()) {
+                breakWith(finding::kForkUnreadable, result_.trouble);
+            }
         }
         return std::move(result_);
     }

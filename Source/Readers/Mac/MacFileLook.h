@@ -36,6 +36,9 @@ struct MacFile {
     int finding = 0;            // eBroken: a code of the table of findings
     std::string detail;         // eBroken
 
+    /// What could not be seen into on the way, so that something may have been missed; for people.
+    std::string trouble;
+
     ForkBytes fork;  // what `resources` looks at, when that is not in the data fork
 };
 
@@ -45,8 +48,8 @@ struct MacFile {
 /// In this order: a sidecar of another file; a resource fork with fonts, wherever systems keep
 /// forks; fonts in a data fork that is a resource file; a fork that is damaged or out of reach,
 /// whatever it may have held; an empty file whose name or Finder type is a font's and whose fork is
-/// nowhere. A fork without fonts is nothing, and so is what `forks` had trouble with but has no
-/// part in the answer.
+/// nowhere. A fork without fonts is nothing; a place that could not be seen into makes what would
+/// be nothing eBroken.
 MacFile lookAtMacFile(ForkLocator& forks, const FileInHand& file);
 
 /// The faces of eFonts, or one with the finding of eBroken; none of other kinds.

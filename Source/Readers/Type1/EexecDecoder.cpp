@@ -61,18 +61,18 @@ class KeyStream {
         for (std::size_t i = 0; i < kTile; ++i) {
             steps[i] = static_cast<std::uint16_t>(steps[i] * kFactor4 + steps[i + 4]);
         }
-        std::array<std::uint16_t, kLanes> keys;
+        std::array<std::uint16_t, kPlaces> keys;
         for (std::size_t lane = 0; lane < kLanes; ++lane) {
             keys[lane] = key_;
             key_ = next(key_, bytes[lane]);
         }
-        for (std::size_t i = 0; i < kTile; i += kLanes) {
-            for (std::size_t lane = 0; lane < kLanes; ++lane) {
-                bytes[i + lane] = static_cast<std::uint8_t>(bytes[i + lane] ^ keys[lane] >> 8);
-                keys[lane] = static_cast<std::uint16_t>(keys[lane] * kFactor8 + steps[i + lane]);
-            }
+        for (std::size_t i = 0; i < kTile; ++i) {
+            keys[i + kLanes] = static_cast<std::uint16_t>(keys[i] * kFactor8 + steps[i]);
         }
-        key_ = keys[0];
+        for (std::size_t i = 0; i < kTile; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(bytes[i] ^ keys[i] >> 8);
+        }
+        key_ = keys[kTile];
     }
 
     std::uint16_t key_ = kFirstKey;

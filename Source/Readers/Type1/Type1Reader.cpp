@@ -3,12 +3,10 @@
 #include <span>
 
 #include "CharStringNames.h"
-#include "CharacterSet.h"
 #include "EexecDecoder.h"
 #include "FindingText.h"
 #include "FontDictionary.h"
-#include "GlyphNames.h"
-#include "Orthographies.h"
+#include "GlyphCharacters.h"
 #include "Partners.h"
 #include "ProgramParts.h"
 #include "StyleFields.h"
@@ -99,25 +97,13 @@ std::string encodingOf(const FontDictionary& dictionary) {
 // What glyph names tell of characters.
 void addCharacters(Face& face, const std::vector<std::string_view>& names,
                    const std::string& encoding) {
-    CharacterSet characters;
+    GlyphCharacters characters;
     for (const std::string_view name : names) {
-        if (const char32_t character = glyphNameCharacter(name)) {
-            characters.add(character);
-        }
+        characters.add(name);
     }
-    const std::size_t count = characters.count();
-    face.set("codepoints", count);
-    if (face.context().details.coverage && count > 0) {
-        face.set("coverage", characters.ranges());
-    }
-    OxPropertyValue::List languages;
-    for (std::string& language : coveredLanguages(characters)) {
-        languages.emplace_back(std::move(language));
-    }
-    face.set("languages", std::move(languages));
+    characters.addTo(face);
     if (!encoding.empty()) {
-        const bool onlySpace = count == 0 || (count == 1 && characters.contains(U' '));
-        face.set("symbol", encoding == "custom" && onlySpace);
+        face.set("symbol", encoding == "custom" && characters.onlySpace());
     }
 }
 
@@ -217,8 +203,4 @@ void readCidProgram(ByteView program, FaceContext& context, FontFaces& faces) {
         face.set("glyphs", *count);
     }
     addMetrics(face);
-}
-
-void readBareCff(ByteView /*file*/, FaceContext& context, FontFaces& faces) {
-    Face(faces, context);
 }
