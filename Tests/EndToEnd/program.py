@@ -17,7 +17,9 @@ WAIT = 120
 
 
 class ProgramTest(records.FolderTest):
-    """Ways to run the program in the folder."""
+    """Ways to run the program in the folder, with the reading that the class names."""
+
+    READING = "compatible"
 
     def setUp(self):
         super().setUp()
@@ -52,10 +54,17 @@ class ProgramTest(records.FolderTest):
         for number in range(count):
             os.link(font, self.path("many", "%d.ttf" % number))
 
+    def with_reading(self, arguments):
+        """The arguments, and the reading where a command takes it."""
+        command, *rest = arguments or [None]
+        if command not in records.READING_COMMANDS or rest in (["help"], ["--help"]):
+            return arguments
+        return [command, "--reading", self.READING, *rest]
+
     def start(self, *arguments, **options):
         options.setdefault("stdout", subprocess.PIPE)
         options.setdefault("stderr", subprocess.PIPE)
-        return subprocess.Popen([PROGRAM, *arguments], cwd=self.folder, env=self.environment,
+        return subprocess.Popen([PROGRAM, *self.with_reading(arguments)], cwd=self.folder, env=self.environment,
                                 **options)
 
     def run_program(self, *arguments, status=0, stdin=b"", **options):
@@ -83,7 +92,7 @@ class ProgramTest(records.FolderTest):
         if pid == 0:
             os.chdir(self.folder)
             fcntl.ioctl(1, termios.TIOCSWINSZ, struct.pack("4H", 40, columns, 0, 0))
-            os.execve(PROGRAM, [PROGRAM, *arguments], self.environment)
+            os.execve(PROGRAM, [PROGRAM, *self.with_reading(arguments)], self.environment)
         output = b""
         while True:
             try:

@@ -8,6 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
+READING_COMMANDS = ("scan", "check", "import")
 NAME_KEYS = ["Copyright", "Familyname", "SubFamilyname", "UniqueId", "Fullname", "Version",
              "Postscriptname", "Trademark"]
 
@@ -40,9 +41,10 @@ def sfnt_names(font):
     return names
 
 
-def scan(program, *paths, status=0):
+def scan(program, *paths, status=0, reading="compatible"):
     """The font records of a scan that ends with this status, a list for each file."""
-    run = subprocess.run([program, "scan", "--format", "jsonl", *paths], capture_output=True)
+    run = subprocess.run([program, "scan", "--reading", reading, "--format", "jsonl", *paths],
+                         capture_output=True)
     if run.returncode != status:
         raise AssertionError(f"status {run.returncode}: {os.fsdecode(run.stderr)}")
     by_file = {}

@@ -31,7 +31,8 @@ class ListsTest(ProgramTest):
         for place, name in places.items():
             self.write(place + "/foundrylist.txt", name + b"\n")
         for place, name in places.items():
-            done = subprocess.run([program, "scan", "--format", "jsonl", "a.otf"], cwd=self.folder,
+            done = subprocess.run([program, "scan", "--reading", "compatible", "--format", "jsonl",
+                                   "a.otf"], cwd=self.folder,
                                   env=self.environment, check=True, stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE)
             self.assertIn(b'"Foundry":"%s"' % name, done.stdout, place)

@@ -18,7 +18,7 @@ class JsonLinesTest(ProgramTest):
         os.mkdir(self.path("gone"))
         for arguments in (["scan", font], ["import", font, "--to", self.path("copies")]):
             shell = 'cd "$0" && rmdir "$0" && exec "$@"'
-            done = subprocess.run(["sh", "-c", shell, self.path("gone"), PROGRAM, *arguments],
+            done = subprocess.run(["sh", "-c", shell, self.path("gone"), PROGRAM, *self.with_reading(arguments)],
                                   env=self.environment, stdout=subprocess.PIPE,
                                   stderr=subprocess.PIPE)
             self.assertEqual(done.returncode, 0, done.stderr)
@@ -170,7 +170,7 @@ class OutputTest(ProgramTest):
 
     def test_a_closed_standard_output_is_reported(self):
         self.write("a.ttf", sfnt.font())
-        result = subprocess.run(["/bin/sh", "-c", '"$0" scan a.ttf >&-', PROGRAM], check=False,
+        result = subprocess.run(["/bin/sh", "-c", '"$0" scan --reading compatible a.ttf >&-', PROGRAM], check=False,
                                 cwd=self.folder, capture_output=True, timeout=WAIT)
         self.assertEqual(result.returncode, 1)
         self.assertIn(b"standard output: Bad file descriptor", result.stderr)

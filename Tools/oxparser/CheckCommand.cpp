@@ -1,68 +1,14 @@
 #include "CheckCommand.h"
 
-#include "CodeTexts.h"
+#include "CompatibleCheck.h"
 #include "FontCommand.h"
-
-namespace {
-
-ResultShape checkShape() {
-    ResultShape shape;
-    shape.table = {
-        {"LEVEL", 7, 7, 0, 0},
-        {"CODE", 5, 5, 0, 0, Align::eRight},
-        {"DEFECT", 40, 76, 3, 0, Align::eLeft, Cut::eMiddle},
-        {"FONT", 20, 30, 1, 140},
-        {"FILE", 20, 1000, 2, 0, Align::eLeft, Cut::eStart},
-    };
-    shape.csv = {"file", "fontType", ePostscriptname, "level", "code", "in", "message", "text"};
-    return shape;
-}
-
-Mark markOf(FontDiagnosticType type) {
-    return type == eError ? Mark::eError : type == eWarning ? Mark::eWarning : Mark::eNote;
-}
-
-class CheckResult : public FontResult {
-  public:
-    using FontResult::FontResult;
-
-    std::vector<Row> tableRows() const override {
-        std::vector<Row> rows;
-        for (const FontDiagnostic& diagnostic : font().diagnostics()) {
-            rows.push_back({
-                {severityName(diagnostic.type), markOf(diagnostic.type)},
-                {std::to_string(diagnostic.code)},
-                {describe(diagnostic)},
-                {font().getAttribute(ePostscriptname)},
-                {font().sourceFile().string()},
-            });
-        }
-        return rows;
-    }
-
-    std::vector<Row> csvRows() const override {
-        std::vector<Row> rows;
-        for (const FontDiagnostic& diagnostic : font().diagnostics()) {
-            rows.push_back({
-                {font().sourceFile().string()},
-                {fontTypeText(font())},
-                {font().getAttribute(ePostscriptname)},
-                {severityName(diagnostic.type)},
-                {std::to_string(diagnostic.code)},
-                {subjectOf(diagnostic.code)},
-                {catalogueMessage(diagnostic.code).value_or("")},
-                {diagnostic.text},
-            });
-        }
-        return rows;
-    }
-};
-
-}  // namespace
+#include "ModernCheck.h"
 
 int runCheck(const Options& options, Output& output, Console& console) {
-    const auto makeResult = [](const ScanSession::Record& font) {
-        return font->diagnostics().empty() ? nullptr : std::make_unique<CheckResult>(font);
-    };
-    return runFontCommand(options, checkShape(), makeResult, output, console);
+    if (options.reading == Reading::eCompatible) {
+        CompatibleCheck report;
+        return runFontCommand(options, report, output, console);
+    }
+    ModernCheck report;
+    return runFontCommand(options, report, output, console);
 }

@@ -1,6 +1,7 @@
 #include "CodeTexts.h"
 
 #include "ErrorCatalogue.h"
+#include "FindingTable.h"
 
 namespace {
 
@@ -15,6 +16,9 @@ constexpr UncataloguedCode kUncatalogued[] = {
     {11052, "mismatching checksums for the 'kern' table"},
     {15310, "the printer font file of a Mac font is missing"},
 };
+
+// The texts of findings need no subject before them.
+constexpr int kFirstFinding = 20000;
 
 struct Subject {
     int first;
@@ -42,13 +46,20 @@ constexpr Subject kSubjects[] = {
     {15200, 15299, "PFM extension"},
     {15300, 15309, "PFM text metrics"},
     {15310, 15310, "printer font"},
+    {20000, 20099, "file"},
+    {20100, 20199, "sfnt"},
+    {20200, 20299, "WOFF"},
+    {20300, 20399, "Type 1"},
+    {20400, 20499, "PFM, AFM"},
+    {20500, 20599, "Mac font"},
 };
 
 // Many messages are the same for several tables: "invalid table version number".
 std::string withSubject(int code, const std::string& message) {
     const std::string subject = subjectOf(code);
-    const bool ownWords = subject.empty() || subject == "file" || subject == "directory" ||
-                          subject == "checksum" || message.find(subject) != std::string::npos;
+    const bool ownWords = code >= kFirstFinding || subject.empty() || subject == "file" ||
+                          subject == "directory" || subject == "checksum" ||
+                          message.find(subject) != std::string::npos;
     return ownWords ? message : subject + ": " + message;
 }
 
@@ -67,7 +78,10 @@ const char* subjectOf(int code) {
     return "";
 }
 
-std::optional<std::string> catalogueMessage(int code) {
+std::optional<std::string> codeMessage(int code) {
+    if (const FindingRow* row = findingRow(code)) {
+        return row->message;
+    }
     ErrorTableEntry entry;
     if (GetErrorMessage(code, &entry) == 0) {
         return std::nullopt;
@@ -79,8 +93,12 @@ const char* severityName(FontDiagnosticType type) {
     return type == eError ? "error" : type == eWarning ? "warning" : "note";
 }
 
+Mark markOf(FontDiagnosticType type) {
+    return type == eError ? Mark::eError : type == eWarning ? Mark::eWarning : Mark::eNote;
+}
+
 std::string describe(const FontDiagnostic& diagnostic) {
-    if (const std::optional<std::string> message = catalogueMessage(diagnostic.code)) {
+    if (const std::optional<std::string> message = codeMessage(diagnostic.code)) {
         const std::string text = withSubject(diagnostic.code, *message);
         return diagnostic.text.empty() ? text : text + ": " + diagnostic.text;
     }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "FontDiagnostic.h"
+#include "Result.h"
 
 /// A code that parsers raise with a text of their own; the catalogue has no row for it.
 struct UncataloguedCode {
@@ -19,11 +20,15 @@ std::span<const UncataloguedCode> uncataloguedCodes();
 /// sense with it. Empty when the code does not tell.
 const char* subjectOf(int code);
 
-/// The catalogue's message; none when it does not know the code.
-std::optional<std::string> catalogueMessage(int code);
+/// The fixed text of a code: the catalogue's message, or that of the table of findings; none when
+/// neither knows the code.
+std::optional<std::string> codeMessage(int code);
 
 /// "error", "warning" or "note".
 const char* severityName(FontDiagnosticType type);
+
+/// The colour of a severity.
+Mark markOf(FontDiagnosticType type);
 
 /// A defect as a sentence for people: what it is about, where the catalogue's message does not say
 /// so, the message and the parser's detail.

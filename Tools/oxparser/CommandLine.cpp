@@ -23,13 +23,21 @@ namespace {
 constexpr char kFolderNote[] =
     "Without a PATH, the system's and the user's font folders are scanned. A PATH\n"
     "given twice is scanned once.";
+constexpr char kScanNote[] =
+    "The first column is a font's state, the worst of its findings: ok, note, warning,\n"
+    "broken, or no font for a file that only its name makes one. The strikes of a\n"
+    "bitmap family share a line.\n\n"
+    "Without a PATH, the system's and the user's font folders are scanned. A PATH\n"
+    "given twice is scanned once.";
 constexpr char kExplainNote[] =
     "Without a CODE, all of them are explained. In the table, square brackets hold\n"
     "remarks on codes that the catalogue of messages does not know.";
 constexpr char kImportNote[] =
     "Fonts go to FOLDER/INITIAL/FAMILY/FOUNDRY/FILE. Nothing that exists is ever\n"
     "overwritten. A line for each font says what became of it: copied, same, differs,\n"
-    "no-folder, no-file, refused or failed. A FOLDER inside a PATH is left out of the\n"
+    "no-folder, no-file, refused, failed, or same-file for further faces of a file.\n"
+    "Under the modern reading partners (a suitcase and its printer fonts, a program\n"
+    "and its metrics) stay together. A FOLDER inside a PATH is left out of the\n"
     "scan; a PATH given twice is scanned once.";
 constexpr char kStatusNote[] =
     "Exit status: 0 done; 1 done, but something failed or --fail-on was met; 2 wrong\n"
@@ -80,6 +88,8 @@ using Names = std::map<std::string, Value>;
 
 const Names<Format> kFormats = {
     {"table", Format::eTable}, {"jsonl", Format::eJsonLines}, {"csv", Format::eCsv}};
+const Names<Reading> kReadings = {{"modern", Reading::eModern},
+                                  {"compatible", Reading::eCompatible}};
 const Names<ProgressMode> kProgressModes = {{"auto", ProgressMode::eAuto},
                                             {"always", ProgressMode::eAlways},
                                             {"never", ProgressMode::eNever}};
@@ -121,6 +131,8 @@ void addFormat(CLI::App& command, Options& options) {
 /// The options of all commands that scan.
 void addScanOptions(CLI::App& command, Options& options) {
     addFormat(command, options);
+    addChoice(command, "--reading", "modern|compatible", kReadings, options.reading,
+              "What is in the files, or what hosts of the library get without asking (modern)");
     addChoice(command, "--progress", "auto|always|never", kProgressModes, options.progress,
               "Progress on standard error; auto: on a terminal (auto)");
     addChoice(command, "--fail-on", "error|warning|never", kFailOns, options.failOn,
@@ -139,6 +151,20 @@ void addScanOptions(CLI::App& command, Options& options) {
     addFile(command, "--log", options.log, "A log4cpp property file (no logging)");
 }
 
+void addSwitch(CLI::App& command, const std::string& option, bool& value, const std::string& help) {
+    command.add_flag(option, value, help)->option_text(" ");
+}
+
+/// Properties that take room or time; only JSON lines of the modern reading show them.
+void addDetailOptions(CLI::App& command, Options& options) {
+    addSwitch(command, "--names", options.details.names,
+              "Also every name record (modern reading, jsonl only)");
+    addSwitch(command, "--coverage", options.details.coverage,
+              "Also the characters themselves (modern reading, jsonl only)");
+    addSwitch(command, "--tables", options.details.tables,
+              "Also the tables and their sums (modern reading, jsonl only)");
+}
+
 void addImportOptions(CLI::App& command, Options& options) {
     addFile(command, "--to", options.destination, "The folder that fonts are copied into")
         ->option_text("FOLDER");
@@ -147,8 +173,9 @@ void addImportOptions(CLI::App& command, Options& options) {
             "--no-create-folders", [&options] { options.createFolders = false; },
             "Skip copies whose folder is missing")
         ->option_text(" ");
-    command.add_flag("--dry-run", options.dryRun, "Say what would be done, and do nothing")
-        ->option_text(" ");
+    addSwitch(command, "--dry-run", options.dryRun, "Say what would be done, and do nothing");
+    addSwitch(command, "--keep-both", options.keepBoth,
+              "Place what would be \"differs\" beside it, as NAME-2 (modern reading)");
 }
 
 /// The program's commands. A new command is one more `add`.
@@ -164,13 +191,17 @@ class CommandLine {
         app_.footer(std::string("oxparser COMMAND --help tells more about a command.\n\n") +
                     kStatusNote);
 
-        Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kFolderNote);
+        Entry& scan = add("scan", "Print every font record", "[PATH...]", runScan, kScanNote);
         addScanOptions(*scan.command, scan.options);
+        addDetailOptions(*scan.command, scan.options);
+        addSwitch(*scan.command, "--all", scan.options.unfolded,
+                  "A line of the table for each strike of a bitmap family");
 
         Entry& check =
             add("check", "Print only the defects, one a line", "[PATH...]", runCheck, kFolderNote);
         check.options.failOn = FailOn::eError;
         addScanOptions(*check.command, check.options);
+        addDetailOptions(*check.command, check.options);
 
         Entry& import = add("import", "Copy recognised fonts into a folder", "PATH... --to FOLDER",
                             runImport, kImportNote);

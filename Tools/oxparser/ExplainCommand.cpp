@@ -7,6 +7,7 @@
 #include "CodeTexts.h"
 #include "ErrorCatalogue.h"
 #include "ExitStatus.h"
+#include "FindingTable.h"
 #include "ResultWriter.h"
 #include "UsageError.h"
 
@@ -17,6 +18,8 @@ class Explanation : public Result {
   public:
     explicit Explanation(const ErrorTableEntry& entry)
         : code_(entry.code), text_(entry.message), inCatalogue_(true) {}
+    explicit Explanation(const FindingRow& row)
+        : code_(row.code), text_(row.message), inCatalogue_(true) {}
     explicit Explanation(const UncataloguedCode& code)
         : code_(code.code), text_(code.meaning), inCatalogue_(false) {}
 
@@ -75,18 +78,17 @@ int runExplain(const Options& options, Output& output, Console& console) {
     // Writes what is known about one code, or about all without one.
     const auto explain = [&writer](const int* code) {
         bool known = false;
+        const auto consider = [&](const auto& row) {
+            if (code == nullptr || row.code == *code) {
+                writer->write(Explanation(row));
+                known = true;
+            }
+        };
         for (const ErrorTableEntry* entry = errorTable; entry->message != nullptr; ++entry) {
-            if (code == nullptr || entry->code == *code) {
-                writer->write(Explanation(*entry));
-                known = true;
-            }
+            consider(*entry);
         }
-        for (const UncataloguedCode& entry : uncataloguedCodes()) {
-            if (code == nullptr || entry.code == *code) {
-                writer->write(Explanation(entry));
-                known = true;
-            }
-        }
+        std::ranges::for_each(findingTable(), consider);
+        std::ranges::for_each(uncataloguedCodes(), consider);
         return known;
     };
     if (codes.empty()) {

@@ -28,12 +28,42 @@ std::string resourceTypeText(int type) {
     return text;
 }
 
+ordered_json resourceJson(int type, int id) {
+    return {{"type", resourceTypeText(type)}, {"id", id}};
+}
+
+// Only what is known.
+ordered_json placeJson(const FontDiagnosticPlace& place) {
+    ordered_json object = ordered_json::object();
+    if (!place.table.empty()) {
+        object["table"] = toUtf8(place.table);
+    }
+    if (!place.field.empty()) {
+        object["field"] = toUtf8(place.field);
+    }
+    if (place.glyph) {
+        object["glyph"] = *place.glyph;
+    }
+    if (place.resource) {
+        object["resource"] =
+            resourceJson(static_cast<int>(place.resource->first), place.resource->second);
+    }
+    if (place.offset) {
+        object["offset"] = *place.offset;
+    }
+    return object;
+}
+
 ordered_json diagnosticJson(const FontDiagnostic& diagnostic) {
-    const std::optional<std::string> message = catalogueMessage(diagnostic.code);
-    return {{"type", severityName(diagnostic.type)},
-            {"code", diagnostic.code},
-            {"text", toUtf8(diagnostic.text)},
-            {"message", message ? ordered_json(*message) : ordered_json()}};
+    const std::optional<std::string> message = codeMessage(diagnostic.code);
+    ordered_json object = {{"type", severityName(diagnostic.type)},
+                           {"code", diagnostic.code},
+                           {"text", toUtf8(diagnostic.text)},
+                           {"message", message ? ordered_json(*message) : ordered_json()}};
+    if (!diagnostic.where.empty()) {
+        object["where"] = placeJson(diagnostic.where);
+    }
+    return object;
 }
 
 std::string hexText(const std::string& bytes) {
@@ -77,7 +107,7 @@ ordered_json FontResult::json() const {
     }
     ordered_json resources = ordered_json::array();
     for (const auto& [type, id] : font().resources()) {
-        resources.push_back({{"type", resourceTypeText(type)}, {"id", id}});
+        resources.push_back(resourceJson(type, id));
     }
     const std::string& file = font().sourceFile().native();
     ordered_json object = {{"record", "font"}, {"file", toUtf8(file)}};
@@ -86,6 +116,7 @@ ordered_json FontResult::json() const {
     }
     object["fontType"] = font().getFontType();
     object["attributes"] = std::move(attributes);
+    addToJson(object);
     object["diagnostics"] = std::move(diagnostics);
     object["printerFontPaths"] = std::move(printerFonts);
     object["resources"] = std::move(resources);

@@ -23,12 +23,15 @@ std::string fontTypeText(const OxFont& font);
 /// A font record as a result: what scan and check share.
 class FontResult : public Result {
   public:
-    explicit FontResult(const boost::shared_ptr<OxFont>& font) : font_(font) {}
+    explicit FontResult(const boost::shared_ptr<const OxFont>& font) : font_(font) {}
 
     nlohmann::ordered_json json() const override;
 
   protected:
+    /// What a reading adds behind the attributes.
+    virtual void addToJson(nlohmann::ordered_json& /*object*/) const {}
     const OxFont& font() const { return *font_; }
+    const boost::shared_ptr<const OxFont>& record() const { return font_; }
 
   private:
     const boost::shared_ptr<const OxFont> font_;

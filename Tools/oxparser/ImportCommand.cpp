@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
+#include "Counted.h"
 #include "ExitStatus.h"
 #include "LibrarySetup.h"
 #include "OxFontImporter.h"
@@ -20,8 +21,9 @@ namespace fs = boost::filesystem;
 
 constexpr CopyOutcome kOutcomes[] = {
     CopyOutcome::eCopied, CopyOutcome::eSame,    CopyOutcome::eDiffers, CopyOutcome::eNoFolder,
-    CopyOutcome::eNoFile, CopyOutcome::eRefused, CopyOutcome::eFailed};
+    CopyOutcome::eNoFile, CopyOutcome::eRefused, CopyOutcome::eFailed,  CopyOutcome::eSameFile};
 constexpr std::size_t kOutcomeCount = std::size(kOutcomes);
+constexpr std::size_t kCompatibleOutcomeCount = kOutcomeCount - 1;  // without the last
 
 ResultShape importShape() {
     ResultShape shape;
@@ -102,6 +104,9 @@ class ImportResult : public Result {
 /// How often each outcome occurred, and the bytes that were copied.
 class ImportTally {
   public:
+    explicit ImportTally(Reading reading)
+        : kinds_(reading == Reading::eModern ? kOutcomeCount : kCompatibleOutcomeCount) {}
+
     void count(const FontCopy& copy) {
         ++counts_[static_cast<std::size_t>(copy.outcome)];
         troubled_ = troubled_ || isTrouble(copy.outcome);
@@ -115,7 +120,7 @@ class ImportTally {
 
     std::string text(bool dryRun) const {
         std::string text = dryRun ? "nothing was done, but would be: " : std::string();
-        for (std::size_t i = 0; i < kOutcomeCount; ++i) {
+        for (std::size_t i = 0; i < kinds_; ++i) {
             // The first says something even when it is none.
             if (i == 0 || counts_[i] > 0) {
                 text += (i == 0 ? "" : ", ") + std::to_string(counts_[i]) + " " +
@@ -126,7 +131,7 @@ class ImportTally {
     }
 
     nlohmann::ordered_json json(nlohmann::ordered_json summary) const {
-        for (std::size_t i = 0; i < kOutcomeCount; ++i) {
+        for (std::size_t i = 0; i < kinds_; ++i) {
             summary[copyOutcomeName(kOutcomes[i])] = counts_[i];
         }
         summary["bytesCopied"] = bytes_;
@@ -145,6 +150,7 @@ class ImportTally {
     }
 
   private:
+    const std::size_t kinds_;
     std::array<int, kOutcomeCount> counts_{};
     std::uintmax_t bytes_ = 0;
     bool troubled_ = false;
@@ -172,6 +178,9 @@ int runImport(const Options& options, Output& output, Console& console) {
     if (options.destination.empty()) {
         throw UsageError("import needs --to FOLDER");
     }
+    if (options.keepBoth && options.reading == Reading::eCompatible) {
+        throw UsageError("--keep-both: the compatible reading has no such outcome");
+    }
     configureLogging(options);
     const FoundryLists lists = foundryLists(options, console);
     const std::unique_ptr<ResultWriter> writer =
@@ -183,10 +192,13 @@ int runImport(const Options& options, Output& output, Console& console) {
     ScanSession session(options, output, console);
     OxFontImporter importer(sources, options.destination, lists.names, lists.codes);
     importer.parser().setTolerantWalk(true);
+    importer.parser().setReading(options.reading);
     importer.setCreateFolders(options.createFolders);
     importer.setDryRun(options.dryRun);
 
-    ImportTally tally;
+    importer.setKeepBoth(options.keepBoth);
+
+    ImportTally tally(options.reading);
     importer.copyCallbacks.push_back([&tally, &session](const FontCopy& copy) {
         tally.count(copy);
         session.showExtra(tally.bytesText());
@@ -195,6 +207,14 @@ int runImport(const Options& options, Output& output, Console& console) {
     session.run(
         importer.parser(), [&importer] { importer.import(); }, *writer,
         [](const ScanSession::Record&) { return nullptr; });
+    if (importer.syncError()) {
+        console.complain("the copies may not have reached the disk: " +
+                         importer.syncError().message());
+    }
+    if (importer.leftOut() > 0) {
+        console.note(counted(static_cast<int>(importer.leftOut()), "record") +
+                     " not placed, since the import ended early");
+    }
     session.summarize(*writer, tally.json(session.summary().json()),
                       tally.text(options.dryRun) + "; " + session.summary().text());
     const int status = session.exitStatus();

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "OxParser.h"
+
 enum class Format { eTable, eJsonLines, eCsv };
 enum class ProgressMode { eAuto, eAlways, eNever };
 enum class FailOn { eError, eWarning, eNever };
@@ -10,6 +12,9 @@ enum class FailOn { eError, eWarning, eNever };
 /// What the command line asked for. Empty texts stand for options that were not given.
 struct Options {
     Format format = Format::eTable;
+    Reading reading = Reading::eModern;
+    ReadingDetails details;
+    bool unfolded = false;
     ProgressMode progress = ProgressMode::eAuto;
     FailOn failOn = FailOn::eNever;
     std::string foundryNames;
@@ -20,5 +25,6 @@ struct Options {
     std::string destination;
     bool createFolders = true;
     bool dryRun = false;
+    bool keepBoth = false;
     std::vector<std::string> arguments;  ///< PATHs or CODEs, exactly as given
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
@@ -33,6 +34,7 @@ using Row = std::vector<Cell>;
 struct ResultShape {
     std::vector<TableColumn> table;
     std::vector<const char*> csv;
+    bool folds = false;  ///< whether the table joins results that can be joined
 };
 
 /// One result of a command, as each format wants it.
@@ -42,4 +44,9 @@ class Result {
     virtual nlohmann::ordered_json json() const = 0;
     virtual std::vector<Row> tableRows() const = 0;
     virtual std::vector<Row> csvRows() const = 0;
+
+    /// A copy that the results behind this one may be joined to; null when none ever can.
+    virtual std::unique_ptr<Result> startFold() const { return nullptr; }
+    /// Joins `next` to this one: its rows then stand for both. False when `next` has its own.
+    virtual bool join(const Result& /*next*/) { return false; }
 };

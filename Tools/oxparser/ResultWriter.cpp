@@ -1,6 +1,7 @@
 #include "ResultWriter.h"
 
 #include "CsvFormat.h"
+#include "FoldingFormat.h"
 #include "JsonLinesFormat.h"
 #include "TableFormat.h"
 
@@ -14,5 +15,9 @@ std::unique_ptr<ResultWriter> makeResultWriter(Format format, const ResultShape&
         case Format::eTable:
             break;
     }
-    return std::make_unique<TableFormat>(shape.table, output);
+    auto table = std::make_unique<TableFormat>(shape.table, output);
+    if (shape.folds) {
+        return std::make_unique<FoldingFormat>(std::move(table));
+    }
+    return table;
 }

@@ -14,6 +14,8 @@ class ResultWriter {
     /// Before the first result.
     virtual void begin() {}
     virtual void write(const Result& result) = 0;
+    /// After the last one.
+    virtual void end() {}
     /// An object that only JSON lines know, the summary of a scan for one.
     virtual void writeJsonOnly(const nlohmann::ordered_json&) {}
 };

@@ -8,8 +8,10 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
 #include <thread>
 
+#include "Counted.h"
 #include "ExitStatus.h"
 #include "ReadError.h"
 
@@ -26,10 +28,6 @@ constexpr std::size_t kMostWaiting = 64;
 unsigned lookAheadHelpers() {
     const unsigned processors = std::thread::hardware_concurrency();
     return processors < 2 ? 0 : std::min(processors, 4U);
-}
-
-std::string counted(int count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -190,16 +188,15 @@ void ScanSession::write(const Waiting& waiting, ResultWriter& writer) {
     }
 }
 
-void ScanSession::summarize(ResultWriter& writer) {
-    summarize(writer, summary_.json(), summary_.text());
-}
-
 void ScanSession::summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
                             const std::string& text) {
     writer.writeJsonOnly(json);
     output_.flush();  // both may go to one place
     if (options_.format != Format::eJsonLines && output_.error() != EPIPE) {
-        console_.line(text);
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            console_.line(line);
+        }
     }
     if (walkHangs_) {
         // The walk's thread still uses the coordinator, so that cannot be destroyed.

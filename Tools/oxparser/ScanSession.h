@@ -54,10 +54,9 @@ class ScanSession {
     /// Appends one more result to be written. Called as a ResultMaker is.
     void add(const Record& font, std::unique_ptr<Result> result);
 
-    /// Writes the summary: to `writer` where the format has a place for it, else to the console.
-    /// The last call of a session: does not return when the walk hangs and the user has ended it.
-    void summarize(ResultWriter& writer);
-    /// The same for a command that has more to say.
+    /// Writes the summary: `json` to `writer` where the format has a place for it, else the lines
+    /// of `text` to the console. The last call of a session: does not return when the walk hangs
+    /// and the user has ended it.
     void summarize(ResultWriter& writer, const nlohmann::ordered_json& json,
                    const std::string& text);
     /// One more count behind the others in the progress line.
