@@ -46,6 +46,7 @@ KINDS = {"sfnt": (".ttf", ".otf"), "collection": (".ttc", ".otc"), "woff": (".wo
          "afm": (".afm",)}
 COLLECTION_MEMBERS = 60
 WOFF_FILES = 200
+LARGE = 5_000_000
 
 # In the order in which a record has them.
 ORDER = """format container index offset fork resource family style fullName postscriptName version
@@ -261,6 +262,9 @@ def gather(options, pool, folder):
     limit = None if options.all else options.limit
     files = {kind: files_below(options.folders, extensions)
              for kind, extensions in KINDS.items()}
+    if limit is not None:  # large ones take fontTools minutes
+        files = {kind: [path for path in found if os.path.getsize(path) < LARGE]
+                 for kind, found in files.items()}
     files = {kind: evenly(found, limit) for kind, found in files.items()}
     share = 1 if limit is None else min(1, limit / 1500)
     wanted = options.kind.split(",") if options.kind else [*KINDS, "mac"]

@@ -153,7 +153,7 @@ def layout(font):
                 count = struct.unpack_from(">H", data, start)[0]
                 found.update(data[start + 2 + 6 * i:start + 6 + 6 * i].decode("latin-1")
                              for i in range(count))
-    return {"scripts": sorted(scripts) or None, "features": sorted(features) or None}
+    return {"scripts": sorted(scripts), "features": sorted(features)} if any_table else {}
 
 
 def variations(font, chosen):
@@ -197,10 +197,20 @@ def kerning(font):
     return pairs if seen else None
 
 
+def directory(font, data, container):
+    """Tags in the file's order; fontTools sorts them by place, which in WOFF2 is the same."""
+    if container == "woff2":
+        return list(font.reader.tables)
+    start, size = (44, 20) if container == "woff" else (font.reader_offset + 12, 16)
+    return [data[place:place + 4].decode("latin-1")
+            for place in range(start, start + size * font.reader.numTables, size)]
+
+
 def tables_of(font, data, container):
     """The directory's entries in its order. WOFF2 has neither places nor sums."""
     found = []
-    for tag, entry in font.reader.tables.items():
+    for tag in directory(font, data, container):
+        entry = font.reader.tables[tag]
         if container == "woff2":
             found.append({"tag": tag})
             continue
@@ -209,7 +219,7 @@ def tables_of(font, data, container):
             raw = raw[:8] + bytes(4) + raw[12:]
         found.append({"tag": tag, "offset": entry.offset,
                       "length": entry.origLength if container == "woff" else entry.length,
-                      "stored": entry.checkSum if container != "woff" else entry.origChecksum,
+                      "stored": entry.checkSum,
                       "computed": checksum(raw)})
     return found
 
@@ -239,7 +249,7 @@ def face(font, data, container, index=None, offset=None):
     characters, values["symbol"] = characters_of(font, values["glyphs"] or 0)
     if characters is not None:
         values |= {"codepoints": len(characters), "coverage": texts.ranges(characters) or None,
-                   "languages": languages(characters) or None}
+                   "languages": languages(characters)}
     values["#characters"] = characters
     values["#Type"] = record_type(form, container)
     return texts.without_none(values)
@@ -251,9 +261,10 @@ def record_type(form, container):
     return {"truetype": "TTF", "cff": "OTPS", "cff2": "OTPS"}.get(form)
 
 
-def opened(data, number=-1):
+def opened(data, number=-1, offset=0):
     """The font, with glyphs numbered by place rather than named."""
     font = TTFont(io.BytesIO(data), fontNumber=number, lazy=True, checkChecksums=0)
+    font.reader_offset = offset
     if "maxp" in font.reader:
         count = field(font.reader["maxp"], 4, ">H") or 0
         font.setGlyphOrder(["glyph%05d" % i for i in range(count)])
@@ -266,7 +277,7 @@ def read(data):
     if container == "collection":
         count = struct.unpack_from(">L", data, 8)[0]
         places = struct.unpack_from(">%dL" % count, data, 12)
-        return [face(opened(data, i), data, container, i, place)
+        return [face(opened(data, i, place), data, container, i, place)
                 for i, place in enumerate(places)]
     values = face(opened(data), data, container)
     values["#FingerPrint"] = hashlib.md5(data).hexdigest()

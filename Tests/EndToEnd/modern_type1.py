@@ -87,7 +87,7 @@ def characters_of(names):
 def covering(names):
     characters = characters_of(names)
     return {"codepoints": len(characters), "coverage": texts.ranges(characters) or None,
-            "languages": languages(characters) or None, "#characters": characters}
+            "languages": languages(characters), "#characters": characters}
 
 
 def multiple_master(clear):
