@@ -147,8 +147,9 @@ def check_one(job):
 
 def check(options, scan, files_below, kinds, pool):
     """Prints the serious findings by code. Answers an exit status."""
-    paths = files_below(options.folders, tuple(e for some in kinds.values() for e in some)
-                        + (".dfont", ".suit"))
+    wanted = options.kind.split(",") if options.kind else [*kinds, "mac"]
+    kinds = kinds | {"mac": (".dfont", ".suit")}
+    paths = files_below(options.folders, tuple(e for kind in wanted for e in kinds[kind]))
     jobs = [(path, record, diagnostic) for path, records in scan(options.program, paths).items()
             for record in records for diagnostic in record["diagnostics"]
             if diagnostic["type"] in SERIOUS]
