@@ -32,9 +32,7 @@ void checkFaces(Reader reader, ByteView input) {
 }
 
 FUZZ_TARGET(SfntFace) {
-    checkFaces([](ByteView bytes, FaceContext& context,
-                  FontFaces& faces) { readSfnt(bytes, context, faces); },
-               input);
+    checkFaces(readSfnt, input);
 }
 
 FUZZ_TARGET(WoffFace) {

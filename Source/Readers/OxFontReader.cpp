@@ -12,6 +12,7 @@
 #include "Face.h"
 #include "FileBytes.h"
 #include "FindingTable.h"
+#include "FolderPartners.h"
 #include "FontSignatures.h"
 #include "Log.h"
 #include "MacFileLook.h"
@@ -46,9 +47,7 @@ Reader readerOf(FontFormat format) {
     switch (format) {
         case FontFormat::eSfnt:
         case FontFormat::eCollection:
-            return [](ByteView bytes, FaceContext& context, FontFaces& faces) {
-                readSfnt(bytes, context, faces);
-            };
+            return readSfnt;
         case FontFormat::eWoff:
             return readWoff;
         case FontFormat::eWoff2:
@@ -119,6 +118,7 @@ class OxFontReader::Look {
     void addNoFont(FontFaces& faces) const;
 
     ForkLocator forks_;
+    FolderPartners partners_;
     fs::path path_;
     bool isCurrent_ = false;
     Kind kind_ = Kind::eNothing;
@@ -228,7 +228,7 @@ void OxFontReader::Look::read(const ReadingDetails& details, FontFaces& faces) {
 
 void OxFontReader::Look::readFont(ByteView bytes, const ReadingDetails& details, FontFaces& faces) {
     WorkLimit work(bytes.size());
-    FaceContext context{path_, details, {}, {}, work};
+    FaceContext context{path_, details, {}, {}, work, &partners_};
     if (incomplete_.empty()) {
         context.fingerprint = file_.digest();
     }
@@ -240,7 +240,7 @@ void OxFontReader::Look::readFont(ByteView bytes, const ReadingDetails& details,
 
 void OxFontReader::Look::readMac(const ReadingDetails& details, FontFaces& faces) {
     WorkLimit work(std::max<std::uint64_t>(mac_.resources.size(), isOpen_ ? file_.size() : 0));
-    FaceContext context{path_, details, {}, {}, work};
+    FaceContext context{path_, details, {}, {}, work, &partners_};
     runReader([&] { readMacFile(mac_, forks_, context, faces); }, context, faces);
     if (faces.empty() && hasFontExtension(path_)) {
         addNoFont(faces);

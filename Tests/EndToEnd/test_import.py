@@ -138,5 +138,37 @@ class ImportTest(ProgramTest):
             os.symlink("out/deep", self.path("tree", outcome))
 
 
+class ModernImportTest(ProgramTest):
+    READING = "modern"
+
+    def test_families_of_all_scripts_have_folders_that_every_system_takes(self):
+        for number, family in enumerate(["明朝体", "Жуковский", "نسخ", "e\u0301tude", "É", "AUX", "a:b"]):
+            self.write("in/%d.ttf" % number, sfnt.font(family))
+        out, _ = self.run_program("import", "--format", "csv", "in", "--to", "to")
+        table = list(csv.reader(io.StringIO(out, newline="")))[1:]
+        self.assertEqual([row[2].split("/")[1:3] for row in table],
+                         [["明", "明朝体"], ["Ж", "Жуковский"], ["ن", "نسخ"], ["é", "étude"],
+                          ["é", "É"], ["A", "AUX_"], ["A", "a_b"]])
+        self.assertTrue(all(os.path.isfile(self.path(row[2])) for row in table))
+
+    def test_what_stays_behind_is_told_with_its_reason(self):
+        self.write("in/a.ttf", sfnt.font("Acme"))
+        self.write("in/page.ttf", b"<!DOCTYPE html><html></html>")
+        out, _ = self.run_program("import", "--format", "csv", "in", "--to", "to")
+        row = next(row for row in csv.reader(io.StringIO(out)) if row[0] == "copied")
+        self.write(row[2], b"the user's own")
+        _, err = self.run_program("import", "in", "--to", "to", status=1)
+        head, *told, summary = err.splitlines()
+        self.assertEqual(head, "Not in its place:")
+        self.assertEqual(told[0], "  differs  in/a.ttf: %s is taken by something else" % row[2])
+        self.assertRegex(told[1], "^  no-file  in/page.ttf: .*HTML")
+        self.assertEqual(len(told), 2)
+        self.assertTrue(summary.startswith("0 copied, 1 differs, 1 no-file"), summary)
+        for outcome in ["copied", "same"]:
+            out, _ = self.run_program("import", "--keep-both", "--format", "csv", "in", "--to", "to")
+            self.assertIn([outcome, "in/a.ttf", row[2].replace("a.ttf", "a-2.ttf"), ""],
+                          list(csv.reader(io.StringIO(out, newline=""))))
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,173 +1,89 @@
-"""Which files the modern reading takes for fonts, and what it says of those that are none."""
+"""What the program shows of the modern reading."""
 
-import glob
+import csv
 import io
+import json
 import os
-import shutil
-import struct
 import unittest
-import zipfile
 
 import sfnt
 from program import ProgramTest
 
-MARK = b"\xef\xbb\xbf"
-FONT_NAMES = "ttf otf ttc otc woff woff2 pfb pfa t1 pfm afm dfont suit".split()
-# Other programs use these endings too.
-SHARED_NAMES = "pfa t1 pfm afm suit".split()
-NOT_A_FONT, SOMETHING_ELSE, OTHER_KIND = 20000, 20001, 20002
-FILES_WITHOUT_FONTS = 1500
+try:
+    import jsonschema
+except ImportError:
+    jsonschema = None
 
-
-def first(pattern):
-    """A file of that kind which the test machine has."""
-    found = sorted(glob.glob(pattern, recursive=True))
-    return found[0] if found else None
-
-
-REAL = {"ttf": ("truetype", "sfnt", "/usr/share/fonts/truetype/**/*.ttf"),
-        "otf": ("cff", "sfnt", "/usr/share/fonts/opentype/**/*.otf"),
-        "pfb": ("type1", "pfb", "/usr/share/fonts/**/*.pfb"),
-        "pfm": ("metrics", "pfm", "/usr/share/**/*.pfm"),
-        "afm": ("metrics", "afm", "/usr/share/fonts/**/*.afm"),
-        "woff2": ("truetype", "woff2", "/usr/share/**/*.woff2"),
-        "woff": ("truetype", "woff", "/usr/share/**/*.woff")}
-
-
-def zipped():
-    file = io.BytesIO()
-    with zipfile.ZipFile(file, "w") as archive:
-        archive.writestr("readme.txt", "A font was here.")
-    return file.getvalue()
-
-
-# Bytes of files that bear a font's name, and the word that says what they are.
-IMPOSTORS = [(b"", "empty"), (bytes(3000), "zero"),
-             (b"A letter about fonts.\n" * 40, "text"),
-             (b"<!DOCTYPE html>\n<html><body>404</body></html>\n", "HTML"),
-             (zipped(), "archive"),
-             (b"\x89PNG\r\n\x1a\n\0\0\0\rIHDR" + bytes(range(200)), "image"),
-             (bytes((n * 73 + 19) % 251 for n in range(900)), "unknown")]
-
-
-def pfa_of(pfb):
-    """The same program without segments: its middle part in hexadecimal."""
-    result, place = b"", 0
-    while pfb[place + 1] != 3:
-        kind, length = pfb[place + 1], struct.unpack_from("<L", pfb, place + 2)[0]
-        part = pfb[place + 6:place + 6 + length]
-        if kind == 2:
-            digits = part.hex().encode()
-            part = b"\n".join(digits[i:i + 64] for i in range(0, len(digits), 64)) + b"\n"
-        result += part
-        place += 6 + length
-    return result
+SCHEMA = os.path.join(os.path.dirname(__file__), "..", "..", "Resources", "oxparser.schema.json")
+SCAN_COLUMNS = (
+    "state,file,format,container,index,family,style,fullName,postscriptName,version,weight,width,"
+    "italic,monospace,foundry,vendor,embedding,glyphs,codepoints,languages,size,errors,warnings,"
+    "notes,codes,fingerprint")
+CHECK_COLUMNS = "file,index,level,code,table,offset,text,message"
 
 
 class ModernTest(ProgramTest):
-    def scan(self, *paths, status=0):
-        found, _, _ = self.records("scan", "--reading", "modern", *paths, status=status)
-        return found
+    READING = "modern"
 
-    def one(self, name, data):
-        """The record of a file of that name."""
-        found = self.scan(self.write(name, data))
-        self.assertEqual(len(found), 1, name)
-        return found[0]
+    def setUp(self):
+        super().setUp()
+        self.write("fonts/Acme.ttf", sfnt.font("Acme, Sans"))
+        self.write("fonts/broken.ttf", sfnt.font("Broken", lost=b"post", wrong_sum=b"hmtx"))
+        self.write("fonts/page.ttf", b"<!DOCTYPE html><html></html>\n")
+        self.write("fonts/readme", b"nothing\n")
 
-    def codes(self, record, *kinds):
-        return [d["code"] for d in record["diagnostics"] if not kinds or d["type"] in kinds]
+    def test_the_table_begins_with_the_state(self):
+        out, err = self.run_program("scan", "fonts")
+        lines = {line.split()[-1]: line for line in out.splitlines()}
+        self.assertEqual(lines["FILE"].split(), ["STATE", "FORMAT", "FAMILY", "STYLE", "WEIGHT",
+                                                 "FOUNDRY", "FINDINGS", "FILE"])
+        for file, start in [("Acme.ttf", r"broken +truetype  +Acme, Sans  +Regular  +400  "),
+                            ("broken.ttf", r"broken +truetype  +Broken  "),
+                            ("page.ttf", r"no font  +20000 ")]:
+            self.assertRegex(lines["fonts/" + file], "^" + start)
+        self.assertRegex(err, r"^2 faces in 2 files: 2 truetype\n2 broken\n"
+                              r"2 files are no fonts, though 1 has a font's name\noxparser check ")
 
+    def test_a_terminal_cuts_lines(self):
+        for columns in (80, 140):
+            for line in self.in_terminal(columns, "scan", "--progress", "never", "fonts",
+                                         ).replace("\x1b[0m", "").splitlines()[:4]:
+                self.assertLessEqual(len(line) - 5 * line.count("\x1b[3"), columns)
 
-class RecognitionTest(ModernTest):
-    def test_names_decide_nothing(self):
-        """The same record under any name but for the name, and a note where that says otherwise."""
-        for kind, (form, container, pattern) in REAL.items():
-            source = first(pattern)
-            if source is None:
-                continue
-            with open(source, "rb") as file:
-                data = file.read()
-            plain = self.one(f"{kind}/font.{kind}", data)
-            self.assertEqual([plain["properties"][key] for key in ("format", "container")],
-                             [form, container], source)
-            for name in [f"FONT.{kind.upper()}", "font", "font.txt", "font.bin",
-                         *("font." + other for other in FONT_NAMES)]:
-                with self.subTest(name, kind=kind):
-                    found = self.one(os.path.join(kind, "named", name), data)
-                    os.remove(self.path(kind, "named", name))
-                    self.assertEqual(found["properties"], plain["properties"])
-                    told = name.rpartition(".")[2].lower()
-                    self.assertEqual(
-                        self.codes(found).count(OTHER_KIND),
-                        self.names_another_kind(told, kind), self.codes(found))
+    def test_csv_has_the_same_columns_whatever_is_found(self):
+        for command, columns in (("scan", SCAN_COLUMNS), ("check", CHECK_COLUMNS)):
+            for place, found in (("fonts", True), ("fonts/readme", False)):
+                out, _ = self.run_program(command, "--format", "csv", "--fail-on", "never", place)
+                self.assertEqual(out.split("\r\n")[0], columns)
+                self.assertEqual(out.count("\r\n") > 1, found)
+        out, _ = self.run_program("check", "--format", "csv", "fonts/broken.ttf", status=1)
+        rows = {row["code"]: row for row in csv.DictReader(io.StringIO(out, newline=""))}
+        self.assertEqual([(rows[c]["level"], rows[c]["table"]) for c in ("20102", "11028")],
+                         [("error", "post"), ("warning", "hmtx")])
 
-    def names_another_kind(self, told, kind):
-        same = [{"ttf", "otf"}, {"ttc", "otc"}, {"pfa", "t1"}, {"pfb", "t1"}]
-        return told in FONT_NAMES and told != kind and not any({told, kind} <= s for s in same)
+    def test_json_holds_typed_properties_behind_the_attributes(self):
+        fonts, _, _ = self.records("scan", "fonts/Acme.ttf")
+        self.assertEqual(list(fonts[0])[3:6], ["attributes", "properties", "diagnostics"])
+        properties = fonts[0]["properties"]
+        self.assertEqual(list(properties.items())[:3],
+                         [("format", "truetype"), ("container", "sfnt"), ("family", "Acme, Sans")])
+        self.assertEqual((properties["weight"], properties["italic"]), (400, False))
+        details = {"names", "coverage", "tables"}
+        self.assertFalse(details & set(properties))
+        fonts, _, _ = self.records("scan", "--names", "--coverage", "--tables", "fonts/Acme.ttf")
+        self.assertLessEqual(details - {"coverage"}, set(fonts[0]["properties"]))
 
-    def test_what_may_stand_before_a_program(self):
-        source = first(REAL["pfb"][2])
-        if source is None:
-            self.skipTest("no PFB is installed")
-        with open(source, "rb") as file:
-            pfa = pfa_of(file.read())
-        plain = self.one("a.pfa", pfa)["properties"]
-        self.assertEqual([plain["format"], plain["container"]], ["type1", "pfa"])
-        for start in (MARK, b"\n\n", b"\r\n \t\r\n", MARK + b"\n"):
-            with self.subTest(start):
-                self.assertEqual(self.one("b.pfa", start + pfa)["properties"], plain)
-        self.assertEqual(self.scan(self.write("letter.txt", b"Dear all,\n" + pfa)), [])
-
-    def test_versions_and_tables_of_sfnt_fonts(self):
-        for version, form in [(b"true", "truetype"), (b"OTTO", "truetype"), (b"typ1", "truetype")]:
-            data = version + sfnt.font()[4:]
-            self.assertEqual(self.one("font", data)["properties"]["format"], form, version)
-        strange = b"\x12\x34\x56\x78" + sfnt.font()[4:]
-        self.assertEqual(self.scan(self.write("strange", strange)), [])
-        named = self.one("strange.ttf", strange)
-        self.assertEqual(named["properties"]["format"], "truetype")
-        self.assertTrue(self.codes(named, "error", "warning"))
-        no_table = b"\0\1\0\0\0\1" + bytes(6) + b"junk" + struct.pack(">3L", 0, 28, 4) + b"junk"
-        self.assertEqual(self.scan(self.write("no table", no_table)), [])
-
-
-class NoFontTest(ModernTest):
-    def test_files_that_only_bear_the_name(self):
-        for extension in FONT_NAMES:
-            for data, word in IMPOSTORS:
-                with self.subTest(extension, word=word):
-                    record = self.one("file." + extension, data)
-                    lost = word in ("empty", "zero") or extension not in SHARED_NAMES
-                    diagnostic, = record["diagnostics"]
-                    self.assertEqual((diagnostic["type"], diagnostic["code"]),
-                                     ("error", NOT_A_FONT) if lost else ("note", SOMETHING_ELSE))
-                    self.assertIn(word.lower(), diagnostic["text"].lower())
-                    self.assertNotIn("FileName", record["attributes"])
-                    self.assertNotIn("format", record["properties"])
-
-    def test_the_same_under_other_names(self):
-        for number, (data, _) in enumerate(IMPOSTORS):
-            self.write(f"others/{number}", data)
-            self.write(f"others/{number}.dat", data)
-        self.assertEqual(self.scan("others"), [])
-
-    def test_files_of_the_system(self):
-        """Whatever else a machine holds is no font."""
-        endings = tuple("." + name for name in FONT_NAMES)
-        for top in ("/usr/share/doc", "/usr/include", "/usr/lib"):
-            paths = []
-            for folder, _, names in sorted(os.walk(top)):
-                paths += [os.path.join(folder, name) for name in sorted(names)
-                          if not name.lower().endswith(endings)]
-                if len(paths) > 20 * FILES_WITHOUT_FONTS:
-                    break
-            paths = [p for p in paths[::max(1, len(paths) // FILES_WITHOUT_FONTS)]
-                     if os.path.isfile(p) and not os.path.islink(p)]
-            listed = self.write("list", "".join(p + "\0" for p in paths).encode())
-            found = self.scan("--null", "--files-from", listed)
-            self.assertEqual([f["file"] for f in found], [], top)
-            self.assertTrue(len(paths) > 100 or not os.path.isdir(top), top)
+    @unittest.skipIf(jsonschema is None, "python3-jsonschema is not installed")
+    def test_every_line_follows_the_schema(self):
+        with open(SCHEMA, encoding="utf-8") as file:
+            schema = jsonschema.Draft7Validator(json.load(file))
+        for arguments in (["scan", "--names", "--coverage", "--tables", "fonts"],
+                          ["scan", "--reading", "compatible", "fonts"], ["explain"],
+                          ["import", "fonts", "--to", "copies"]):
+            command, *rest = arguments
+            out, _ = self.run_program(command, "--format", "jsonl", *rest)
+            for line in self.objects(out):
+                self.assertEqual([e.message for e in schema.iter_errors(line)], [], line)
 
 
 if __name__ == "__main__":

@@ -12,6 +12,7 @@
 #include "ResultWriter.h"
 #include "ScanSession.h"
 #include "Sources.h"
+#include "StayedBehind.h"
 #include "UsageError.h"
 #include "Utf8.h"
 
@@ -195,12 +196,16 @@ int runImport(const Options& options, Output& output, Console& console) {
     importer.parser().setReading(options.reading);
     importer.setCreateFolders(options.createFolders);
     importer.setDryRun(options.dryRun);
-
     importer.setKeepBoth(options.keepBoth);
+    session.setCancel([&importer] { importer.cancel(); });
 
     ImportTally tally(options.reading);
-    importer.copyCallbacks.push_back([&tally, &session](const FontCopy& copy) {
+    StayedBehind behind;
+    importer.copyCallbacks.push_back([&](const FontCopy& copy) {
         tally.count(copy);
+        if (options.reading == Reading::eModern) {
+            behind.count(copy);
+        }
         session.showExtra(tally.bytesText());
         session.add(copy.font, std::make_unique<ImportResult>(copy));
     });
@@ -216,7 +221,7 @@ int runImport(const Options& options, Output& output, Console& console) {
                      " not placed, since the import ended early");
     }
     session.summarize(*writer, tally.json(session.summary().json()),
-                      tally.text(options.dryRun) + "; " + session.summary().text());
+                      behind.text() + tally.text(options.dryRun) + "; " + session.summary().text());
     const int status = session.exitStatus();
     return status == eDone && tally.troubled() ? int{eFailed} : status;
 }

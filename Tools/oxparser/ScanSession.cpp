@@ -55,7 +55,8 @@ void ScanSession::run(OxParser& parser, const std::function<void()>& start, Resu
                       const ResultMaker& makeResult) {
     connect(parser, makeResult);
     {
-        const Interruption::Attachment attachment(interruption_, [&parser] { parser.cancel(); });
+        const Interruption::Attachment attachment(
+            interruption_, cancel_ ? cancel_ : [&parser] { parser.cancel(); });
         if (!interruption_.requested() && walk(start)) {
             writeUntilComplete(parser, writer);
         }

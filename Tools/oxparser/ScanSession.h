@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "Console.h"
 #include "FontResult.h"
@@ -51,6 +52,9 @@ class ScanSession {
     void run(OxParser& parser, const std::function<void()>& start, ResultWriter& writer,
              const ResultMaker& makeResult);
 
+    /// What ends a run early instead of the coordinator's cancel; to be called before `run`.
+    void setCancel(std::function<void()> cancel) { cancel_ = std::move(cancel); }
+
     /// Appends one more result to be written. Called as a ResultMaker is.
     void add(const Record& font, std::unique_ptr<Result> result);
 
@@ -82,6 +86,7 @@ class ScanSession {
     const Options& options_;
     Output& output_;
     Console& console_;
+    std::function<void()> cancel_;
     Interruption interruption_;
     Progress progress_;
     ScanSummary summary_;

@@ -119,8 +119,10 @@ class Conversion {
     }
 
   private:
-    bool isOpen() const { return descriptor_ != kClosed(); }
-    static iconv_t kClosed() { return reinterpret_cast<iconv_t>(-1); }
+    bool isOpen() const { return descriptor_ != closed(); }
+    // What iconv_open answers when it fails.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
 
     // Converts until something is in the way; how many bytes it has converted.
     std::size_t convert(std::string& out, std::string_view bytes) {
@@ -139,7 +141,7 @@ class Conversion {
         return bytes.size() - left;
     }
 
-    iconv_t descriptor_ = kClosed();
+    iconv_t descriptor_ = closed();
     bool tried_ = false;
 };
 

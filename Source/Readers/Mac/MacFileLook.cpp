@@ -176,8 +176,9 @@ void readMacFile(const MacFile& macFile, ForkLocator& forks, FaceContext& contex
     if (macFile.kind == Kind::eFonts) {
         readMacFonts(macFile.resources, macFile.origin, forks, context, faces);
     } else if (macFile.kind == Kind::eBroken) {
-        context.container.clear();
-        Face face(faces, context);
+        FaceContext withoutContainer = context;
+        withoutContainer.container.clear();
+        Face face(faces, withoutContainer);
         face.record().setAttribute(ePlatform, "Macintosh");
         face.find(macFile.finding, macFile.detail);
     }

@@ -19,15 +19,14 @@ constexpr int kResourceOutside = 20505;
 constexpr int kResourceCompressed = 20506;
 constexpr int kStrikeUnreadable = 20507;
 constexpr int kPrinterFontMissing = 20508;
-constexpr int kPrinterFontBuiltIn = 20509;
-constexpr int kPostMissing = 20510;
-constexpr int kPostKind = 20511;
-constexpr int kPostWithoutEnd = 20512;
-constexpr int kPostBehindEnd = 20513;
-constexpr int kSharedResource = 20514;
-constexpr int kNumberTwice = 20515;
-constexpr int kTooManyFaces = 20516;
-constexpr int kContainerDamaged = 20517;
+constexpr int kPostMissing = 20509;
+constexpr int kPostKind = 20510;
+constexpr int kPostWithoutEnd = 20511;
+constexpr int kPostBehindEnd = 20512;
+constexpr int kSharedResource = 20513;
+constexpr int kNumberTwice = 20514;
+constexpr int kTooManyFaces = 20515;
+constexpr int kContainerDamaged = 20516;
 
 }  // namespace finding
 

@@ -122,9 +122,14 @@ void MacFontFaces::noteMapDefects() {
                                          " lie past the end of the map",
                                      {}});
         }
-        for (const std::int16_t id : resources_.repeatedIds(type)) {
-            fileFindings_.push_back({finding::kNumberTwice,
-                                     typeText(type) + " " + std::to_string(id), placeOf(type, id)});
+        const std::vector<std::int16_t> repeated = resources_.repeatedIds(type);
+        if (!repeated.empty()) {
+            std::string detail = typeText(type) + " " + std::to_string(repeated.front());
+            if (repeated.size() > 1) {
+                detail += " and " + std::to_string(repeated.size() - 1) + " others";
+            }
+            fileFindings_.push_back(
+                {finding::kNumberTwice, std::move(detail), placeOf(type, repeated.front())});
         }
     }
 }
@@ -284,11 +289,9 @@ void MacFontFaces::addPrinterFont(Face& face, const Member& member) {
         face.set("printerFonts", OxPropertyValue::List{fromUnstated(path.string())});
         face.record().printerFontPaths.push_back(path);
         face.record().setAttribute(ePrinterFilePath, path.filename().string());
-    } else if (PrinterFontSearch::isBuiltIn(face.text("postscriptName"))) {
-        face.find(finding::kPrinterFontBuiltIn, name);
-    } else {
-        // An error, sound as the strike may be: the family's outlines are nowhere else, and it
-        // neither prints nor scales without them.
+    } else if (!name.empty()) {
+        // The strike itself is sound, and its outlines may lie elsewhere or be built into a
+        // printer: no error. But without them the family neither scales nor prints well.
         face.find(finding::kPrinterFontMissing, name);
     }
 }

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::int16_t kFirstId = 501;
+constexpr std::size_t kMostDefects = 100;  // a program in many parts can be wrong in all of them
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kType1Words[] = {"%!PS-AdobeFont", "%!FontType",
                                             "%!PS-Adobe-3.0 Resource-Font"};
@@ -69,7 +70,9 @@ class Joiner {
     }
 
     void report(int code, std::int16_t id, const std::string& detail) {
-        result_.defects.push_back({code, id, detail});
+        if (result_.defects.size() < kMostDefects) {
+            result_.defects.push_back({code, id, detail});
+        }
     }
 
     void take(const FontResource& post) {

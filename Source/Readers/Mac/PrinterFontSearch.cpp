@@ -1,7 +1,5 @@
 #include "PrinterFontSearch.h"
 
-#include <algorithm>
-#include <array>
 #include <vector>
 
 #include "FontResources.h"
@@ -15,45 +13,6 @@ constexpr const char* kEndings[] = {"", ".bin", ".hqx", ".rsrc"};
 // About what the system calls of one look cost.
 constexpr std::uint64_t kLookCost = 20000;
 constexpr std::size_t kResourceHeader = 16;
-
-constexpr std::string_view kBuiltIn[] = {
-    "AvantGarde-Book",
-    "AvantGarde-BookOblique",
-    "AvantGarde-Demi",
-    "AvantGarde-DemiOblique",
-    "Bookman-Demi",
-    "Bookman-DemiItalic",
-    "Bookman-Light",
-    "Bookman-LightItalic",
-    "Courier",
-    "Courier-Bold",
-    "Courier-BoldOblique",
-    "Courier-Oblique",
-    "Helvetica",
-    "Helvetica-Bold",
-    "Helvetica-BoldOblique",
-    "Helvetica-Narrow",
-    "Helvetica-Narrow-Bold",
-    "Helvetica-Narrow-BoldOblique",
-    "Helvetica-Narrow-Oblique",
-    "Helvetica-Oblique",
-    "NewCenturySchlbk-Bold",
-    "NewCenturySchlbk-BoldItalic",
-    "NewCenturySchlbk-Italic",
-    "NewCenturySchlbk-Roman",
-    "Palatino-Bold",
-    "Palatino-BoldItalic",
-    "Palatino-Italic",
-    "Palatino-Roman",
-    "Symbol",
-    "Times-Bold",
-    "Times-BoldItalic",
-    "Times-Italic",
-    "Times-Roman",
-    "ZapfChancery-MediumItalic",
-    "ZapfDingbats",
-};
-static_assert(std::is_sorted(std::begin(kBuiltIn), std::end(kBuiltIn)));
 
 bool holdsPost(ByteView fork) {
     FontResources resources;
@@ -78,10 +37,6 @@ std::vector<std::uint8_t> dataForkResources(const fs::path& path) {
 }
 
 }  // namespace
-
-bool PrinterFontSearch::isBuiltIn(const std::string& postscriptName) {
-    return std::binary_search(std::begin(kBuiltIn), std::end(kBuiltIn), postscriptName);
-}
 
 const fs::path& PrinterFontSearch::find(const std::string& name) {
     const auto [known, isNew] = known_.try_emplace(name);

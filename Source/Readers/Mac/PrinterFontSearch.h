@@ -20,10 +20,6 @@ class PrinterFontSearch {
     /// The path, or an empty one. `name` is UTF-8.
     const boost::filesystem::path& find(const std::string& name);
 
-    /// Whether every PostScript printer has this font built in (the 35 of the LaserWriter NT and
-    /// its successors), so that no file of it needs to be anywhere.
-    static bool isBuiltIn(const std::string& postscriptName);
-
   private:
     bool holdsProgram(const boost::filesystem::path& file);
 

@@ -47,15 +47,15 @@ std::string withoutEscapes(const std::string& name) {
     return result;
 }
 
-bool liesInSidecarFolder(const fs::path& file) {
+bool liesInSidecarFolder(ForkLocator& forks, const fs::path& file) {
     const fs::path folder = file.parent_path();
     if (!ForkLocator::isSidecarFolder(folder.filename().native())) {
         return false;
     }
     const fs::path owners = folder.parent_path();
     const std::string name = file.filename().string();
-    return isFile(owners / name) || isFile(owners / withoutMark(name)) ||
-           (name.find(':') != name.npos && isFile(owners / withoutEscapes(name)));
+    return forks.hasFileCalled(owners, name) || forks.hasFileCalled(owners, withoutMark(name)) ||
+           (name.find(':') != name.npos && forks.hasFileCalled(owners, withoutEscapes(name)));
 }
 
 // The sidecar of A/B/NAME is __MACOSX/A/B/._NAME.
@@ -91,6 +91,6 @@ bool liesBesideOwner(const fs::path& file, ByteView start) {
 }  // namespace
 
 bool isSidecarOfExistingFile(ForkLocator& forks, const fs::path& file, ByteView start) {
-    return forks.isSidecar(file) || liesInSidecarFolder(file) || liesInMacOsXTree(file) ||
+    return forks.isSidecar(file) || liesInSidecarFolder(forks, file) || liesInMacOsXTree(file) ||
            liesBesideOwner(file, start);
 }

@@ -8,6 +8,13 @@ namespace {
 
 constexpr std::uint32_t kLast = 0xFFFF;  // of 16-bit codes and glyphs
 constexpr std::uint64_t kGroupWork = 16;
+constexpr std::uint64_t kGlyphWork = 4;
+
+// Of a range; it costs by the pages that it touches.
+std::uint64_t rangeWork(char32_t first, char32_t last) {
+    return kGroupWork + (last - first) / 2;
+}
+
 constexpr char kGlyphField[] = "glyphIdArray";
 
 }  // namespace
@@ -105,6 +112,9 @@ void CharacterMap::addSegment(char32_t first, char32_t last, std::uint32_t delta
         addRow(first, last - first + 1, glyphs, delta);
         return;
     }
+    if (!spend_(rangeWork(first, last))) {
+        return;
+    }
     const std::uint32_t glyph = (first + delta) & kLast;
     const char32_t beforeZero = first + (kLast - glyph);
     addRising(first, std::min(last, beforeZero), glyph);
@@ -135,7 +145,7 @@ void CharacterMap::addGroups(std::uint64_t header, bool rising) {
         if (first > last) {
             continue;
         }
-        if (!spend_(kGroupWork + (last - first) / 64)) {
+        if (!spend_(rangeWork(first, last))) {
             return;
         }
         if (rising) {
@@ -149,7 +159,7 @@ void CharacterMap::addGroups(std::uint64_t header, bool rising) {
 // `count` codes from `first` on, whose glyphs stand one after the other from `glyphs` on.
 void CharacterMap::addRow(char32_t first, std::uint32_t count, std::uint64_t glyphs,
                           std::uint32_t delta) {
-    if (!spend_(kGroupWork + count)) {
+    if (!spend_(kGroupWork + count * kGlyphWork)) {
         return;
     }
     const auto room = static_cast<std::uint32_t>(

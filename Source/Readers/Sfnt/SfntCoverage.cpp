@@ -145,6 +145,7 @@ void CoverageReader::fill(CharacterCoverage& coverage, const Subtable& subtable)
             }
         }
     }
+    coverage.count = coverage.characters.count();
     if (font_.spend(kLanguagesWork + coverage.characters.pages().size() * kKeptPageWork)) {
         coverage.languages = coveredLanguages(coverage.characters);
     }
@@ -173,7 +174,7 @@ void CoverageReader::read() {
     if (!covered.damage.empty() && !table_.isCut()) {
         font_.find(kCut, covered.damage, font_.place(table_, "", chosen->offset));
     }
-    face.set("codepoints", covered.characters.count());
+    face.set("codepoints", covered.count);
     if (face.context().details.coverage &&
         font_.spend(covered.characters.pages().size() * kListedPageWork)) {
         face.set("coverage", covered.characters.ranges());

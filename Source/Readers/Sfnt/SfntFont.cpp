@@ -211,8 +211,9 @@ FontDiagnosticPlace SfntFont::place(const FontTable& table, const char* field,
 
 void SfntFont::tellUnreadable(const FontTable& table, const char* field, std::uint64_t offset,
                               std::uint64_t count) {
-    // Once a table: what follows in it cannot be read either. Of one that is cut off it is said.
-    if (table.isCut() ||
+    // Once a table: what follows in it cannot be read either. An empty one is as good as none, and
+    // of one that is cut off it is said.
+    if (table.length == 0 || table.isCut() ||
         std::find(unreadable_.begin(), unreadable_.end(), table.tag) != unreadable_.end()) {
         return;
     }

@@ -42,6 +42,7 @@ struct SfntField {
 /// The characters that a font has glyphs for.
 struct CharacterCoverage {
     CharacterSet characters;
+    std::size_t count = 0;  // of them
     std::vector<std::string> languages;
     std::string damage;  // of the subtable; empty when it is sound
 };

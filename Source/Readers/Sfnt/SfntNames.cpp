@@ -14,7 +14,7 @@ constexpr int kOutside = 20108;
 constexpr SfntTag kName = fourCharCode("name");
 constexpr std::uint32_t kHeaderSize = 6;
 constexpr std::uint32_t kRecordSize = 12;
-constexpr std::uint64_t kWorkPerByte = 4;
+constexpr std::uint64_t kWorkPerByte = 8;
 constexpr std::uint64_t kListedRecordWork = 1024;  // what is kept of one
 
 enum Platform : std::uint16_t { eUnicode = 0, eMacintosh = 1, eIso = 2, eWindows = 3 };
@@ -101,7 +101,7 @@ void SfntNames::readRecords(const FontTable& table) {
                             index});
         records_.push_back(record);
     }
-    if (outside > 0 && !table.isCut()) {
+    if (outside > 0 && count == taken && !table.isCut()) {
         font_.find(kOutside,
                    std::to_string(outside) + " of " + std::to_string(count) + ", the first name " +
                        std::to_string(firstOutside.id) + " of platform " +

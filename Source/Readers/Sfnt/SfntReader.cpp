@@ -165,6 +165,10 @@ void ImageReader::read() {
 
 }  // namespace
 
+void readSfnt(ByteView image, FaceContext& context, FontFaces& faces) {
+    readSfnt(image, context, faces, SfntOrigin::eOriginal);
+}
+
 void readSfnt(ByteView image, FaceContext& context, FontFaces& faces, SfntOrigin origin) {
     ImageReader(image, context, faces, origin).read();
 }

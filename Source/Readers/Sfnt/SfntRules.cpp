@@ -154,7 +154,10 @@ std::uint64_t locationSize(const SfntFont& font) {
 
 std::uint64_t locationsLength(const SfntFont& font) {
     const auto glyphs = font.value(fields::kNumGlyphs);
-    return glyphs ? (static_cast<std::uint64_t>(*glyphs) + 1) * locationSize(font) : 0;
+    const std::int64_t format = font.value(fields::kLocaFormat).value_or(-1);
+    return glyphs && (format == 0 || format == 1)
+               ? (static_cast<std::uint64_t>(*glyphs) + 1) * locationSize(font)
+               : 0;
 }
 
 // Where the last glyph's data end.

@@ -93,7 +93,7 @@ void VariationsReader::readInstances() {
     const std::uint64_t first = start_ + std::uint64_t{axisCount_} * axisSize_;
     static_cast<void>(bytes_.slice(first, count, size, "instances"));
     // A coordinate is put beside those that the instance has already.
-    const std::uint64_t work = (axisCount_ + 1) * (kValueWork + axisCount_);
+    const std::uint64_t work = (axisCount_ + 1) * (kValueWork + std::uint64_t{4} * axisCount_);
     OxPropertyValue::List instances;
     for (std::uint32_t i = 0; i < count && font_.spend(work); ++i) {
         instances.emplace_back(instance(first + std::uint64_t{i} * size));

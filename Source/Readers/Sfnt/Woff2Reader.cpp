@@ -16,47 +16,117 @@
 
 namespace {
 
-// What the directory says of the one stream that all tables are packed into.
-struct PackedTables {
-    std::uint64_t transformed = 0;  // bytes in the stream
-    std::uint64_t unpacked = 0;     // bytes in the font
-    std::uint64_t offset = 0;       // where the stream begins
+// Outlines are transformed together with their index, or not at all.
+enum class Part : std::uint8_t { eOther, eGlyf, eLoca };
+
+struct PackedTable {
+    Part part;
+    bool transformed;
 };
 
-// Reads the directory front to back. Throws ReadPastEnd.
+// Reads the directory front to back, and what it says of the one stream that all tables are packed
+// into.
 class Woff2Directory {
   public:
-    Woff2Directory(ByteView file, const WoffHeader& header) : file_(file) {
+    /// Throws ReadPastEnd.
+    void read(ByteView file, const WoffHeader& header) {
+        file_ = file;
         at_ = WoffHeader::kSize2;
         for (unsigned i = 0; i < header.tables; ++i) {
             readEntry();
         }
-        if (header.flavor == fourCharCode("ttcf")) {
-            skipCollection();
+        collection_ = header.flavor == fourCharCode("ttcf");
+        if (collection_) {
+            readCollection();
+        } else {
+            beginFont(tables_.size());
+            for (std::size_t i = 0; i < tables_.size(); ++i) {
+                addToFont(i);
+            }
+            endFont();
         }
-        tables_.offset = at_;
     }
-    const PackedTables& tables() const { return tables_; }
+
+    std::uint64_t transformedSize() const { return transformed_; }
+    /// With what a decoder has to remember of each font.
+    std::uint64_t unpackedSize() const { return unpacked_; }
+    std::uint64_t streamOffset() const { return at_; }
+    /// Each font has both outlines and their index, once, or neither; in a collection the one
+    /// behind the other.
+    bool isConsistent() const { return consistent_; }
 
   private:
+    struct Font {
+        unsigned glyf = 0;
+        unsigned loca = 0;
+        std::size_t lastGlyf = 0;
+        std::size_t lastLoca = 0;
+    };
+
     void readEntry() {
-        constexpr unsigned kGlyf = 10;  // by the standard's list of known tags
-        constexpr unsigned kLoca = 11;
         constexpr unsigned kOtherTag = 63;
         const std::uint8_t flags = file_.u8(at_++, "flags");
-        const unsigned tag = flags & kOtherTag;
-        bool outlines = tag == kGlyf || tag == kLoca;
-        if (tag == kOtherTag) {
-            const std::uint32_t text = file_.u32be(at_, "tag");
-            outlines = text == fourCharCode("glyf") || text == fourCharCode("loca");
+        Part part = knownPart(flags & kOtherTag);
+        if ((flags & kOtherTag) == kOtherTag) {
+            part = taggedPart(file_.u32be(at_, "tag"));
             at_ += 4;
         }
         const std::uint32_t length = readBase128("origLength");
         // The version that means "as it is" differs.
-        const bool transformed = flags >> 6 != (outlines ? 3 : 0);
-        tables_.unpacked += woffPadded(length);
-        tables_.transformed += transformed ? readBase128("transformLength") : length;
+        const bool transformed = flags >> 6 != (part == Part::eOther ? 0 : 3);
+        unpacked_ += woffPadded(length);
+        transformed_ += transformed ? readBase128("transformLength") : length;
+        tables_.push_back({part, transformed});
     }
+    // By the standard's list of known tags.
+    static Part knownPart(unsigned index) {
+        return index == 10 ? Part::eGlyf : index == 11 ? Part::eLoca : Part::eOther;
+    }
+    static Part taggedPart(std::uint32_t tag) {
+        return tag == fourCharCode("glyf")   ? Part::eGlyf
+               : tag == fourCharCode("loca") ? Part::eLoca
+                                             : Part::eOther;
+    }
+
+    void readCollection() {
+        at_ += 4;  // version
+        const unsigned fonts = read255("numFonts");
+        for (unsigned font = 0; font < fonts; ++font) {
+            const unsigned tables = read255("numTables");
+            at_ += 4;  // flavor
+            beginFont(tables);
+            for (unsigned table = 0; table < tables; ++table) {
+                addToFont(read255("index"));
+            }
+            endFont();
+        }
+    }
+
+    void beginFont(std::size_t tables) {
+        constexpr std::size_t kPerTable = 128;
+        font_ = Font();
+        unpacked_ += (tables + 1) * kPerTable;
+    }
+    void addToFont(std::size_t index) {
+        if (index >= tables_.size()) {
+            consistent_ = false;
+        } else if (tables_[index].part == Part::eGlyf) {
+            ++font_.glyf;
+            font_.lastGlyf = index;
+        } else if (tables_[index].part == Part::eLoca) {
+            ++font_.loca;
+            font_.lastLoca = index;
+        }
+    }
+    void endFont() {
+        const bool both = font_.glyf == 1 && font_.loca == 1;
+        const bool neither = font_.glyf == 0 && font_.loca == 0;
+        const bool inOrder = !collection_ || font_.lastLoca == font_.lastGlyf + 1;
+        consistent_ = consistent_ && (neither || (both && inOrder &&
+                                                  tables_[font_.lastGlyf].transformed ==
+                                                      tables_[font_.lastLoca].transformed));
+    }
+
     std::uint32_t readBase128(const char* field) {
         std::uint32_t value = 0;
         for (int i = 0; i < 5; ++i) {
@@ -82,21 +152,15 @@ class Woff2Directory {
                 return code;
         }
     }
-    void skipCollection() {
-        at_ += 4;  // version
-        const unsigned fonts = read255("numFonts");
-        for (unsigned font = 0; font < fonts; ++font) {
-            const unsigned tables = read255("numTables");
-            at_ += 4;  // flavor
-            for (unsigned table = 0; table < tables; ++table) {
-                read255("index");
-            }
-        }
-    }
 
     ByteView file_;
     std::uint64_t at_ = 0;
-    PackedTables tables_;
+    std::vector<PackedTable> tables_;
+    std::uint64_t transformed_ = 0;
+    std::uint64_t unpacked_ = 0;
+    Font font_;
+    bool collection_ = false;
+    bool consistent_ = true;
 };
 
 // Where the decoder writes to; takes no more than a limit.
@@ -144,7 +208,7 @@ class Woff2Unpacker {
         if (!readDirectory() || !isBounded()) {
             return std::nullopt;
         }
-        const std::uint64_t end = tables_.offset + header_.totalCompressedSize;
+        const std::uint64_t end = directory_.streamOffset() + header_.totalCompressedSize;
         const bool complete = end <= file_.size();
         checkWoffLayout(file_, header_, std::min<std::uint64_t>(end, file_.size()), findings_);
         const bool unpacked = complete && decode(end);
@@ -158,7 +222,7 @@ class Woff2Unpacker {
     bool readDirectory() {
         try {
             header_ = WoffHeader::read2(file_);
-            tables_ = Woff2Directory(file_, header_).tables();
+            directory_.read(file_, header_);
         } catch (const ReadPastEnd& e) {
             findings_.add(woff::kHeader, std::string(e.field()) + " outside the file",
                           {.field = e.field(), .offset = e.offset()});
@@ -170,16 +234,27 @@ class Woff2Unpacker {
         return header_.tables != 0;
     }
 
-    // Before anything is allocated.
+    // Before anything is allocated. What the decoder would refuse is refused here, since it says
+    // so on the process's error output.
     bool isBounded() {
+        constexpr std::uint64_t kMostPerPackedByte = 100;
         const std::uint64_t limit = woffLimit(file_.size());
-        const std::uint64_t size = std::max(tables_.transformed, tables_.unpacked);
-        if (size > limit || !context_.work.spend(size)) {
-            findings_.add(woff::kTooLarge,
-                          std::to_string(size) + " bytes, more than " + std::to_string(limit));
+        const std::uint64_t mostPacked = std::min(limit, kMostPerPackedByte * file_.size());
+        if (directory_.transformedSize() > mostPacked) {
+            findings_.add(woff::kTooLarge, std::to_string(directory_.transformedSize()) +
+                                               " bytes, more than " + std::to_string(mostPacked));
             return false;
         }
-        return true;
+        if (directory_.unpackedSize() > limit || !context_.work.spend(directory_.unpackedSize())) {
+            findings_.add(woff::kTooLarge, std::to_string(directory_.unpackedSize()) +
+                                               " bytes, more than " + std::to_string(limit));
+            return false;
+        }
+        if (!directory_.isConsistent()) {
+            findings_.add(woff::kTables, "'glyf' and 'loca' do not go together",
+                          {.offset = WoffHeader::kSize2});
+        }
+        return directory_.isConsistent();
     }
 
     bool decode(std::uint64_t end) {
@@ -192,7 +267,7 @@ class Woff2Unpacker {
     }
 
     bool decode(ByteView file) {
-        out_.emplace(tables_.unpacked, woffLimit(file_.size()));
+        out_.emplace(directory_.unpackedSize(), woffLimit(file_.size()));
         try {
             return woff2::ConvertWOFF2ToTTF(file.data(), file.size(), &*out_) && out_->Size() > 0;
         } catch (const std::bad_alloc&) {
@@ -220,15 +295,15 @@ class Woff2Unpacker {
         if (end > file_.size()) {
             findings_.add(woff::kTables,
                           std::to_string(header_.totalCompressedSize) + " bytes packed, " +
-                              std::to_string(file_.size() - tables_.offset) + " there",
-                          {.field = "totalCompressedSize", .offset = tables_.offset});
+                              std::to_string(file_.size() - directory_.streamOffset()) + " there",
+                          {.field = "totalCompressedSize", .offset = directory_.streamOffset()});
         } else if (out_->isFull()) {
             findings_.add(woff::kTooLarge,
                           "more than " + std::to_string(woffLimit(file_.size())) + " bytes");
         } else {
             findings_.add(woff::kTables,
                           std::to_string(header_.totalCompressedSize) + " bytes packed",
-                          {.offset = tables_.offset});
+                          {.offset = directory_.streamOffset()});
         }
     }
 
@@ -236,7 +311,7 @@ class Woff2Unpacker {
     FaceContext& context_;
     WoffFindings& findings_;
     WoffHeader header_;
-    PackedTables tables_;
+    Woff2Directory directory_;
     std::optional<BoundedOut> out_;
 };
 
@@ -252,6 +327,6 @@ void readWoff2(ByteView file, FaceContext& context, FontFaces& faces) {
         return;
     }
     const std::size_t first = faces.size();
-    readSfnt(*image, context, faces, SfntOrigin::eRebuilt);
+    readUnpackedSfnt(*image, SfntOrigin::eRebuilt, context, faces);
     findings.giveTo(faces, first);
 }

@@ -34,14 +34,14 @@ std::string shouldBe(std::uint64_t found, std::uint64_t expected) {
 }
 
 // Where the file goes on behind a block that should begin at `begin`.
-std::uint64_t checkBlock(ByteView file, const WoffBlock& block, std::uint64_t begin, int code,
+std::uint64_t checkBlock(ByteView file, const WoffBlock& block, std::uint64_t begin,
                          const char* field, WoffFindings& findings) {
     if (!block.isStated()) {
         return begin;
     }
     const FontDiagnosticPlace where{.field = field, .offset = block.offset};
     if (block.length == 0 || !file.holds(block.offset, block.length)) {
-        findings.add(code,
+        findings.add(woff::kLayout,
                      std::to_string(block.length) + " bytes at " + std::to_string(block.offset) +
                          " of " + std::to_string(file.size()),
                      where);
@@ -96,10 +96,9 @@ void checkWoffLayout(ByteView file, const WoffHeader& header, std::uint64_t tabl
     if (header.reserved != 0) {
         findings.add(woff::kReserved, shouldBe(header.reserved, 0), {.field = "reserved"});
     }
-    std::uint64_t end =
-        checkBlock(file, header.metadata, tablesEnd, woff::kMetadata, "metaOffset", findings);
-    end = checkBlock(file, header.privateData, end, woff::kPrivateData, "privOffset", findings);
-    if (woffPadded(end) < file.size()) {
+    std::uint64_t end = checkBlock(file, header.metadata, tablesEnd, "metaOffset", findings);
+    end = woffPadded(checkBlock(file, header.privateData, end, "privOffset", findings));
+    if (end < file.size() && header.length == file.size()) {
         findings.add(woff::kLayout, std::to_string(file.size() - end) + " bytes belong to nothing",
                      {.offset = end});
     }

@@ -81,6 +81,5 @@ inline constexpr int kTable = 20205;
 inline constexpr int kTables = 20206;
 inline constexpr int kTooLarge = 20207;
 inline constexpr int kMetadata = 20208;
-inline constexpr int kPrivateData = 20209;
-inline constexpr int kReserved = 20210;
+inline constexpr int kReserved = 20209;
 }  // namespace woff

@@ -197,6 +197,9 @@ class WoffUnpacker {
             }
             end = std::max<std::uint64_t>(end, std::uint64_t{entry.offset} + entry.packed);
         }
+        if (woffPadded(end) > file_.size() && end <= file_.size()) {
+            findings_.add(woff::kLayout, "the last table is not padded", {.offset = end});
+        }
         return std::min<std::uint64_t>(end, file_.size());
     }
 
@@ -239,14 +242,17 @@ class WoffUnpacker {
     }
 
     void tellIncomplete(const Entry& entry, ByteView packed, Inflater::Outcome outcome) {
-        std::string detail =
-            std::to_string(outcome.size) + " of " + std::to_string(entry.length) + " bytes";
+        const std::string length = std::to_string(entry.length) + " bytes";
+        std::string detail = std::to_string(outcome.size) + " of " + length;
         if (packed.size() < entry.packed) {
             detail += ", cut off by the end of the file";
         } else if (entry.packed > entry.length) {
             detail += ", packed into " + std::to_string(entry.packed);
-        } else if (outcome.complete && outcome.size == entry.length) {
-            return;
+        } else if (outcome.size == entry.length) {
+            if (outcome.complete) {
+                return;
+            }
+            detail = "more than " + length + ", or a wrong sum of them";
         }
         findings_.add(woff::kTable, detail, entry.place());
     }
@@ -300,6 +306,6 @@ void readWoff(ByteView file, FaceContext& context, FontFaces& faces) {
         return;
     }
     const std::size_t first = faces.size();
-    readSfnt(*image, context, faces, SfntOrigin::eUnpacked);
+    readUnpackedSfnt(*image, SfntOrigin::eUnpacked, context, faces);
     findings.giveTo(faces, first);
 }

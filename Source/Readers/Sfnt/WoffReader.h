@@ -13,7 +13,7 @@ inline constexpr std::uint64_t kWoffLeastLimit = std::uint64_t{64} << 20;
 inline constexpr std::uint64_t kWoffMostLimit = std::uint64_t{256} << 20;
 
 /// The faces of a WOFF file (W3C Recommendation WOFF 1.0, December 2012), unpacked into memory and
-/// read by readSfnt. `context.container` becomes "woff".
+/// read by readUnpackedSfnt. `context.container` becomes "woff".
 ///
 /// Tables that cannot be unpacked, or whose data end early, are findings on the first face; what
 /// could be unpacked of them is read. When that is nothing there is one record with the findings

@@ -206,7 +206,7 @@ void AfmFile::closeSection() {
 void readAfm(ByteView file, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "metrics");
-    face.set("container", "afm");
+    setContainer(face, "afm");
     if (face.spend(file.size())) {
         AfmFile(file, face).read();
     }

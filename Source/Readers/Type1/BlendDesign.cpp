@@ -41,7 +41,7 @@ std::vector<std::vector<double>> readRows(PostScriptScanner& scanner, std::size_
         if (token.is(Kind::eArrayBegin) && ++depth == 2 && rows.size() < mostRows) {
             rows.emplace_back();
         }
-        depth -= token.is(Kind::eArrayEnd) ? 1 : 0;
+        depth -= token.is(Kind::eArrayEnd) ? 1U : 0U;
         if (token.is(Kind::eWord) && !rows.empty() && rows.back().size() < mostNumbers) {
             rows.back().push_back(numberIn(token.text).value_or(0));
         }

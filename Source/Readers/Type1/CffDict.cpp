@@ -70,7 +70,7 @@ CffDict::CffDict(ByteView bytes) try {
             last = operandAt(bytes, first, at);
         } else if (first <= kLastOperator) {
             const bool escaped = first == eEscape;
-            const unsigned op = escaped ? eCopyright + bytes.u8(at++, "operator") : first;
+            const unsigned op = escaped ? eCopyrightText + bytes.u8(at++, "operator") : first;
             entries_.emplace_back(static_cast<std::uint16_t>(op), last);
         }
     }

@@ -22,7 +22,7 @@ struct TextOperator {
 // A notice after the copyright, in whose place it stands.
 constexpr TextOperator kTexts[] = {
     {CffDict::eFamilyName, "family"}, {CffDict::eFullName, "fullName"},
-    {CffDict::eVersion, "version"},   {CffDict::eCopyright, "copyright"},
+    {CffDict::eVersion, "version"},   {CffDict::eCopyrightText, "copyright"},
     {CffDict::eNotice, "copyright"},
 };
 
@@ -85,7 +85,7 @@ void CffFont::addNames(Face& face) const {
             setUnstated(face, row.property, string(*id));
         }
     }
-    if (const std::optional<std::uint32_t> id = top_.count(CffDict::eWeight)) {
+    if (const std::optional<std::uint32_t> id = top_.count(CffDict::eWeightWord)) {
         setWeightWord(face, string(*id));
     }
     // What these are without an operator is stated by the format (table 9).
@@ -153,9 +153,7 @@ void CffFont::readCharset(GlyphCharacters& characters, std::uint64_t at, std::ui
 void readBareCff(ByteView file, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "cff");
-    if (context.container.empty()) {
-        face.set("container", "cff");
-    }
+    setContainer(face, "cff");
     try {
         const CffFont font(file, face);
         font.addNames(face);

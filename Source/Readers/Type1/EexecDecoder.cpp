@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint16_t kFirstKey = 55665;
 constexpr unsigned kFactor = 52845;
 constexpr unsigned kSummand = 22719;
-constexpr std::size_t kRandomBytes = 4;
+constexpr std::size_t kDeciding = 4;
 
 constexpr unsigned kFactor2 = kFactor * kFactor & 0xFFFF;
 constexpr unsigned kFactor4 = kFactor2 * kFactor2 & 0xFFFF;
@@ -80,8 +80,8 @@ class KeyStream {
 
 // The first four cipher bytes are not all hexadecimal digits in a binary part (chapter 7.2).
 bool isHexadecimal(std::string_view text) {
-    return text.size() >= kRandomBytes && std::all_of(text.begin(), text.begin() + kRandomBytes,
-                                                      [](char c) { return hexDigit(c) >= 0; });
+    return text.size() >= kDeciding && std::all_of(text.begin(), text.begin() + kDeciding,
+                                                   [](char c) { return hexDigit(c) >= 0; });
 }
 
 }  // namespace
@@ -98,6 +98,5 @@ std::string decodedEexec(ByteView encrypted) {
         bytes = encrypted.text();
     }
     KeyStream().decode(reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size());
-    bytes.erase(0, kRandomBytes);
     return bytes;
 }

@@ -19,12 +19,12 @@ struct PfmField {
 enum class Pfm {
     // PFMHEADER
     eVersion,
-    eSize,
-    eType,
+    eFileSize,
+    eTypeBits,
     eVertRes,
     eHorizRes,
-    eItalic,
-    eWeight,
+    eItalicFlag,
+    eWeightClass,
     ePitchAndFamily,
     eFirstChar,
     eLastChar,

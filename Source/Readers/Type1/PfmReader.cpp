@@ -31,13 +31,13 @@ std::uint64_t countInside(ByteView file, std::uint64_t offset, std::uint64_t cou
 }
 
 void checkSize(Face& face, const PfmFields& fields) {
-    const std::uint64_t stated = fields.valueOf(Pfm::eSize);
+    const std::uint64_t stated = fields.valueOf(Pfm::eFileSize);
     if (stated == fields.file().size()) {
         return;
     }
     face.find(stated > fields.file().size() ? eWarning : eNote, kOtherSize,
               std::to_string(stated) + ", should be " + std::to_string(fields.file().size()),
-              inFile("dfSize", fields.offsetOf(Pfm::eSize)));
+              inFile("dfSize", fields.offsetOf(Pfm::eFileSize)));
 }
 
 // The characters from dfFirstChar to dfLastChar; fonts of one width need no table of widths.
@@ -93,7 +93,7 @@ void addKerning(Face& face, const PfmFields& fields) {
 void readPfm(ByteView file, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "metrics");
-    face.set("container", "pfm");
+    setContainer(face, "pfm");
     const PfmFields fields(file);
     if (file.size() < kSmallest) {
         face.find(
@@ -103,10 +103,10 @@ void readPfm(ByteView file, FaceContext& context, FontFaces& faces) {
     setUnstated(face, "family", fields.textAt(Pfm::eFace));
     setUnstated(face, "postscriptName", fields.textAt(Pfm::eDriverInfo));
     setUnstated(face, "copyright", fields.copyright());
-    if (const auto weight = fields.at(Pfm::eWeight)) {
+    if (const auto weight = fields.at(Pfm::eWeightClass)) {
         face.set("weight", *weight);
     }
-    if (const auto italic = fields.at(Pfm::eItalic)) {
+    if (const auto italic = fields.at(Pfm::eItalicFlag)) {
         face.set("italic", (*italic & kItalicBit) != 0);
     }
     checkSize(face, fields);

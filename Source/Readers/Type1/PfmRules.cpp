@@ -4,6 +4,7 @@
 
 namespace {
 
+// Past the end: of the operand's number of bytes from the value on, not all lie in the file.
 enum class Fault { eIs, eIsNot, eExceeds, ePastEnd };
 
 struct Rule {
@@ -16,24 +17,24 @@ struct Rule {
 
 constexpr Rule kRules[] = {
     {Pfm::eVersion, Fault::eIsNot, 0x0100, eWarning, 15100},
-    {Pfm::eType, Fault::eIsNot, 0x0081, eNote, 15106},
+    {Pfm::eTypeBits, Fault::eIsNot, 0x0081, eNote, 15106},
     {Pfm::eVertRes, Fault::eIsNot, 300, eNote, 15107},
     {Pfm::eHorizRes, Fault::eIsNot, 300, eNote, 15108},
     {Pfm::eWidthBytes, Fault::eIsNot, 0, eNote, 15109},
     {Pfm::eDevice, Fault::eIs, 0, eError, 15110},
-    {Pfm::eDevice, Fault::ePastEnd, 0, eError, 15111},
+    {Pfm::eDevice, Fault::ePastEnd, 1, eError, 15111},
     {Pfm::eFace, Fault::eIs, 0, eError, 15112},
-    {Pfm::eFace, Fault::ePastEnd, 0, eError, 15113},
+    {Pfm::eFace, Fault::ePastEnd, 1, eError, 15113},
     {Pfm::eSizeFields, Fault::eIsNot, PfmFields::kExtensionSize, eWarning, 15200},
     {Pfm::eExtMetricsOffset, Fault::eIs, 0, eWarning, 15210},
-    {Pfm::eExtMetricsOffset, Fault::ePastEnd, 0, eError, 15201},
-    {Pfm::eExtentTable, Fault::ePastEnd, 0, eError, 15202},
+    {Pfm::eExtMetricsOffset, Fault::ePastEnd, PfmFields::kMetricsSize, eError, 15201},
+    {Pfm::eExtentTable, Fault::ePastEnd, 1, eError, 15202},
     {Pfm::eOriginTable, Fault::eIsNot, 0, eNote, 15212},
-    {Pfm::ePairKernTable, Fault::ePastEnd, 0, eError, 15204},
-    {Pfm::eTrackKernTable, Fault::ePastEnd, 0, eError, 15205},
+    {Pfm::ePairKernTable, Fault::ePastEnd, 2, eError, 15204},
+    {Pfm::eTrackKernTable, Fault::ePastEnd, 2, eError, 15205},
     {Pfm::eReserved, Fault::eIsNot, 0, eNote, 15207},
     {Pfm::eDriverInfo, Fault::eIs, 0, eError, 15208},
-    {Pfm::eDriverInfo, Fault::ePastEnd, 0, eError, 15209},
+    {Pfm::eDriverInfo, Fault::ePastEnd, 1, eError, 15209},
     {Pfm::eEtmSize, Fault::eIsNot, PfmFields::kMetricsSize, eNote, 15300},
     {Pfm::eEtmPointSize, Fault::eIsNot, 240, eNote, 15301},  // 12 points in twentieths
     {Pfm::eEtmOrientation, Fault::eIsNot, 0, eNote, 15302},
@@ -54,7 +55,7 @@ bool isFaulty(const Rule& rule, std::uint32_t value, std::uint64_t fileSize) {
         case Fault::eExceeds:
             return value > rule.operand;
         case Fault::ePastEnd:
-            return value >= fileSize;
+            return std::uint64_t{value} + rule.operand > fileSize;
     }
     return false;
 }

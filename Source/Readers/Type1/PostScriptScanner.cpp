@@ -48,7 +48,7 @@ void appendEscaped(std::string& out, std::string_view text, std::size_t& positio
     } else if (const std::size_t letter = kLetters.find(c); letter != kLetters.npos) {
         out.push_back(kMeanings[letter]);
     } else if (c == '\r') {
-        position += position < text.size() && text[position] == '\n' ? 1 : 0;
+        position += position < text.size() && text[position] == '\n' ? 1U : 0U;
     } else if (c != '\n') {
         out.push_back(c);
     }
@@ -62,7 +62,7 @@ std::string unescaped(std::string_view text) {
         if (c == '\\' && i < text.size()) {
             appendEscaped(out, text, i);
         } else if (c == '\r') {  // any line end within a string is a line feed
-            i += i < text.size() && text[i] == '\n' ? 1 : 0;
+            i += i < text.size() && text[i] == '\n' ? 1U : 0U;
             out.push_back('\n');
         } else if (c != '\\') {
             out.push_back(c);
@@ -109,8 +109,8 @@ void PostScriptScanner::skipArray() {
         if (token.is(Kind::eEnd) || token.isWord("def") || token.isWord("eexec")) {
             return;
         }
-        depth += token.is(Kind::eArrayBegin) ? 1 : 0;
-        depth -= token.is(Kind::eArrayEnd) ? 1 : 0;
+        depth += token.is(Kind::eArrayBegin) ? 1U : 0U;
+        depth -= token.is(Kind::eArrayEnd) ? 1U : 0U;
     }
 }
 

@@ -4,6 +4,12 @@
 #include "TextDecoding.h"
 #include "WeightWords.h"
 
+void setContainer(Face& face, const char* container) {
+    if (face.context().container.empty()) {
+        face.set("container", container);
+    }
+}
+
 void setUnstated(Face& face, std::string_view property, std::string_view bytes) {
     face.setText(property, fromUnstated(bytes));
 }

@@ -24,6 +24,9 @@ constexpr int kMissingKey = 20309;
 constexpr int kUnclosedString = 20310;
 constexpr int kNoSfnts = 20311;
 
+// CIDs go up to 65535 (PostScript Language Reference, appendix B).
+constexpr double kMostCids = 65536;
+
 constexpr char kPrinterFont[] = "printer-font";
 
 // Decoding, looking for the dictionaries and reading them.
@@ -61,11 +64,11 @@ void addDictionary(Face& face, const FontDictionary& dictionary, Key name) {
         setUnstated(face, row.property, dictionary.bytes(row.key));
     }
     setUnstated(face, "postscriptName", dictionary.bytes(name));
-    setUnstated(face, "copyright", dictionary.bytes(Key::eCopyright));
+    setUnstated(face, "copyright", dictionary.bytes(Key::eCopyrightText));
     if (face.text("copyright").empty()) {
         setUnstated(face, "copyright", dictionary.bytes(Key::eNotice));
     }
-    setWeightWord(face, dictionary.bytes(Key::eWeight));
+    setWeightWord(face, dictionary.bytes(Key::eWeightWord));
     if (const std::optional<double> angle = dictionary.number(Key::eItalicAngle)) {
         setItalicAngle(face, *angle);
     }
@@ -86,12 +89,17 @@ void findMissing(Face& face, const FontDictionary& dictionary, std::span<const R
     }
 }
 
-std::string encodingOf(const FontDictionary& dictionary) {
+// Answers it, too; empty without one.
+std::string addEncoding(Face& face, const FontDictionary& dictionary) {
     if (!dictionary.has(Key::eEncoding)) {
         return {};
     }
-    const std::string word = dictionary.bytes(Key::eEncoding);
-    return word == "StandardEncoding" || word == "ISOLatin1Encoding" ? word : "custom";
+    std::string word = dictionary.bytes(Key::eEncoding);
+    if (word != "StandardEncoding" && word != "ISOLatin1Encoding") {
+        word = "custom";
+    }
+    face.set("encoding", word);
+    return word;
 }
 
 // What glyph names tell of characters.
@@ -148,7 +156,7 @@ void setType(Face& face, bool segmented, const FontDictionary& dictionary) {
         face.record().setFontType(type3 ? OxFont::T3Outline : OxFont::T1Outline);
         return;
     }
-    face.set("container", segmented ? "pfb" : "pfa");
+    setContainer(face, segmented ? "pfb" : "pfa");
     if (segmented) {
         face.record().setFontType(OxFont::PFB);
     }
@@ -164,10 +172,7 @@ void readType1(ByteView program, FaceContext& context, FontFaces& faces) {
     const FontDictionary dictionary(parts.clear().text());
     setType(face, ProgramParts::isSegmented(program), dictionary);
     addDictionary(face, dictionary, Key::eFontName);
-    const std::string encoding = encodingOf(dictionary);
-    if (!encoding.empty()) {
-        face.set("encoding", encoding);
-    }
+    const std::string encoding = addEncoding(face, dictionary);
     findMissing(face, dictionary, kType1Needs);
     if (spent) {
         addEncryptedPart(face, parts, encoding);
@@ -178,7 +183,7 @@ void readType1(ByteView program, FaceContext& context, FontFaces& faces) {
 void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "type42");
-    face.set("container", "pfa");
+    setContainer(face, "pfa");
     face.spend(kPassesOverProgram * program.size());
     const FontDictionary dictionary(program.text());
     addDictionary(face, dictionary, Key::eFontName);
@@ -186,20 +191,20 @@ void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
     if (!dictionary.has(Key::eSfnts)) {
         face.find(kNoSfnts, "");
     }
-    addGlyphs(face, program.text(), encodingOf(dictionary));
+    addGlyphs(face, program.text(), addEncoding(face, dictionary));
     addMetrics(face);
 }
 
 void readCidProgram(ByteView program, FaceContext& context, FontFaces& faces) {
     Face face(faces, context);
     face.set("format", "cid");
-    face.set("container", "pfa");
+    setContainer(face, "pfa");
     face.spend(kPassesOverProgram * program.size());
     const FontDictionary dictionary(program.text());
     addDictionary(face, dictionary, Key::eCidFontName);
     findMissing(face, dictionary, kCidNeeds);
     const std::optional<double> count = dictionary.number(Key::eCidCount);
-    if (count && *count >= 0) {
+    if (count && *count >= 0 && *count <= kMostCids) {
         face.set("glyphs", *count);
     }
     addMetrics(face);

@@ -161,6 +161,25 @@ bool ForkLocator::isSidecar(const fs::path& file) {
     return magic.size() == 4 && ByteView(magic).u32be(0) == appledouble::kDoubleMagic;
 }
 
+bool ForkLocator::hasFileCalled(const fs::path& folder, const std::string& name) {
+    const auto listing = caches_->listings.of(folder, FolderListings::Links::eFollow);
+    const auto holdsFile = [&](const std::string& wanted) {
+        const FolderListing::Entry* entry = listing->findAnyCase(wanted);
+        return entry != nullptr && (entry->isFile || entry->maybeLink);
+    };
+    if (holdsFile(name)) {
+        return true;
+    }
+    const std::string* finderDat = listing->known(KnownEntry::eFinderDat);
+    boost::system::error_code error;
+    const auto file = finderDat == nullptr
+                          ? nullptr
+                          : ForkFile::open(folder / *finderDat, RegularFile::Links::eRefuse, error);
+    const FinderDat::Record* record =
+        file ? caches_->finderDat.of(*file, listing).find(name) : nullptr;
+    return record != nullptr && (holdsFile(record->macName) || holdsFile(record->shortName));
+}
+
 bool ForkLocator::isSidecarFolder(std::string_view name) {
     const std::string lower = ascii::toLower(name);
     return std::find(std::begin(kSidecarFolders), std::end(kSidecarFolders), lower) !=

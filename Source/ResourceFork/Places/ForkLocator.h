@@ -165,6 +165,9 @@ class OXPARSER_EXPORT ForkLocator {
     /// Whether `file` is an AppleDouble file ._NAME or %NAME beside an existing NAME, and so no
     /// font of its own.
     bool isSidecar(const boost::filesystem::path& file);
+    /// Whether a folder holds a file of this name, up to case and normalisation, or one that its
+    /// FINDER.DAT calls so.
+    bool hasFileCalled(const boost::filesystem::path& folder, const std::string& name);
     /// Whether folders of this name hold nothing but sidecars; case does not matter.
     static bool isSidecarFolder(std::string_view name);
 
