@@ -237,6 +237,11 @@ def expected_of(path):
     return modern_type1.read(path, data)
 
 
+def place_in_file(values):
+    resource = values.get("resource", {})
+    return [values.get("index"), resource.get("type"), resource.get("id")]
+
+
 def compare(job):
     """What is compared of a file: faces, values, differences, complaints of the other tools."""
     path, found, expected, fontconfig = job
@@ -250,7 +255,13 @@ def compare(job):
         return 0, 0, [], f"{path}: no other tool reads it"
     if len(expected) != len(found):
         return 0, 1, [(path, None, "number of records", len(found), len(expected), None)], None
-    values, differences = 0, []
+    values, differences = 1, []
+    places = [[place_in_file(values) for values in side]
+              for side in ((record.get("properties", {}) for record in found), expected)]
+    if places[0] != places[1]:
+        differences.append((path, None, "order of faces", *places, None))
+        found = [record for place in places[1] for number, record in enumerate(found)
+                 if places[0][number] == place]
     for number, (record, wanted) in enumerate(zip(found, expected)):
         face = Face(path, record, wanted, fontconfig.get(number))
         face.compare()

@@ -7,7 +7,7 @@ import re
 import struct
 import subprocess
 
-from fontTools import agl
+from fontTools import agl, t1Lib
 
 import modern_texts as texts
 from modern_languages import languages
@@ -72,6 +72,17 @@ def glyph_names(private):
     return re.findall(r"^/(\S+) \{", private[start:], re.M) if start >= 0 else []
 
 
+def names_of(path, private):
+    """Of the glyphs; t1disasm loses track in some programs, where fontTools, slower, does not."""
+    names = glyph_names(private)
+    told = re.search(r"/CharStrings (\d+)", private)
+    if told and len(names) < int(told[1]):
+        font = t1Lib.T1Font(path)
+        font.parse()
+        return list(font.font["CharStrings"])
+    return names
+
+
 def encoding(clear):
     found = re.search(r"/Encoding\s+(\w+)", clear)
     if found and found[1] in ("StandardEncoding", "ISOLatin1Encoding"):
@@ -111,10 +122,9 @@ def program(path, data):
     clear, private = parts
     clear = "\n".join(line for line in re.split(r"\r\n|\r|\n", clear)
                       if not line.startswith("%") or "(" in line and not line.startswith("%"))
-    names = glyph_names(private)
+    names = names_of(path, private)
     angle, fixed = number(word(clear, "ItalicAngle")), word(clear, "isFixedPitch")
     own = encoding(clear)
-    name = word(clear, "FontName")
     found = re.search(r"/FontName\s*/([^\s()<>\[\]{}/%]+)", clear)
     name = texts.eight_bit(found[1].encode("latin-1")) if found else string(clear, "FontName")
     notice = string(clear, "Copyright") or string(clear, "Notice")
@@ -127,9 +137,12 @@ def program(path, data):
         "monospace": {"true": True, "false": False}.get(fixed), "italicAngle": angle,
         "foundry": texts.foundry(None, None, notice), "glyphs": len(names),
         "encoding": own, "axes": multiple_master(clear), **covering(names)}
+    if not names:  # a font that changes another one
+        for key in ("glyphs", "codepoints", "languages"):
+            del values[key]
     # Space alone does not make a font one of text.
     others = characters_of(n for n in names if n != "space")
-    values["symbol"] = own == "custom" and not others
+    values["symbol"] = own == "custom" and not others if names else None
     values["#Type"] = "PFB" if values["container"] == "pfb" else None
     values["#names"] = names
     values["#partners"] = partners(path, METRICS)
