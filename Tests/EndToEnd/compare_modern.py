@@ -283,7 +283,7 @@ def gather(options, pool, folder):
     wanted = options.kind.split(",") if options.kind else [*KINDS, "mac"]
     if "collection" in wanted:
         files["collection"] += make_collections(files["sfnt"], folder,
-                                                max(8, int(COLLECTION_MEMBERS * share)))
+                                                max(24, int(COLLECTION_MEMBERS * share)))
     for flavor in ("woff", "woff2"):
         if flavor in wanted:
             files[flavor] += make_woffs(pool, files["sfnt"], folder,

@@ -103,7 +103,7 @@ def outline(resource):
     return values
 
 
-def printer_font(posts, name):
+def printer_font(posts):
     """By t1disasm, which reads the same segments in a PFB."""
     pfb, program = b"", b""
     for post in sorted(posts, key=lambda r: r.id):
@@ -119,7 +119,7 @@ def printer_font(posts, name):
     return values | {"#Type": "T1Outline", "#FingerPrint": hashlib.md5(program).hexdigest()}
 
 
-def faces(fork, place, printer=None):
+def faces(path, fork, place, printer=None):
     """The faces of a resource file in the order in which hosts receive them."""
     reader = ResourceReader(io.BytesIO(fork))
     resources = {kind: {r.id: r for r in reader[kind]} for kind in
@@ -142,7 +142,8 @@ def faces(fork, place, printer=None):
     if "POST" in resources:
         container = "printer-font"
         first = resources["POST"][501]
-        found.append(("POST", first, printer_font(reader["POST"], None)))
+        metrics = modern_type1.partners(path, modern_type1.METRICS) or None
+        found.append(("POST", first, printer_font(reader["POST"]) | {"metrics": metrics}))
     result = []
     for kind, resource, values in found:
         values = values | {"container": container, "fork": place,
@@ -163,7 +164,7 @@ class Maker:
         compare_mac.make_fonts(self.fonts)
 
     def add(self, path, fork, place, printer=None):
-        self.made.append((path, faces(fork, place, printer)))
+        self.made.append((path, faces(path, fork, place, printer)))
 
     def font(self, name):
         return os.path.join(self.fonts, name)

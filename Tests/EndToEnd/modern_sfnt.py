@@ -236,6 +236,8 @@ def outline_format(reader):
 def face(font, data, container, index=None, offset=None):
     """Properties of a font that fontTools has opened from these bytes."""
     tables = {tag: table(font, tag) for tag in ("OS/2", "head", "hhea", "post", "maxp", "name")}
+    if tables["head"] is None:  # of bitmaps alone: the same table under another tag
+        tables["head"] = table(font, "bhed")
     names, chosen = names_of(tables["name"])
     form = outline_format(font.reader)
     values = {"format": form, "container": container, "index": index, "offset": offset, **names,
