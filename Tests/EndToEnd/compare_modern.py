@@ -16,6 +16,7 @@ tools: modern_sound.py.
 import argparse
 import collections
 import json
+import logging
 import multiprocessing
 import os
 import shutil
@@ -335,6 +336,8 @@ def main():
     parser.add_argument("--kind")
     parser.add_argument("--sound", action="store_true")
     options = parser.parse_args()
+    logging.getLogger("fontTools").propagate = False  # what it thinks of fonts is no result here
+    logging.getLogger("fontTools").addHandler(logging.NullHandler())
     wrong, totals = 0, {}
     with tempfile.TemporaryDirectory(prefix="oxparser-modern-") as folder, \
             multiprocessing.Pool(2) as pool:

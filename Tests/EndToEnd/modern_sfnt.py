@@ -208,6 +208,11 @@ def directory(font, data, container):
 
 def tables_of(font, data, container):
     """The directory's entries in its order. WOFF2 has neither places nor sums."""
+    # Of WOFF the places in the font that it is unpacked to, where tables keep their order.
+    place, places = 12 + 16 * len(font.reader.tables), {}
+    for tag, entry in font.reader.tables.items():
+        places[tag] = entry.offset if container != "woff" else place
+        place += (getattr(entry, "origLength", 0) + 3) // 4 * 4
     found = []
     for tag in directory(font, data, container):
         entry = font.reader.tables[tag]
@@ -217,7 +222,7 @@ def tables_of(font, data, container):
         raw = font.reader[tag]
         if tag in ("head", "bhed"):
             raw = raw[:8] + bytes(4) + raw[12:]
-        found.append({"tag": tag, "offset": entry.offset,
+        found.append({"tag": tag, "offset": places[tag],
                       "length": entry.origLength if container == "woff" else entry.length,
                       "stored": entry.checkSum,
                       "computed": checksum(raw)})

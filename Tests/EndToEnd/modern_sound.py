@@ -16,6 +16,8 @@ SERIOUS = ("error", "warning")
 MOST = 0.01  # of the files may have such a finding
 SUMS = (20104, *range(11024, 11034))  # the catalogue has rows for some tables' own
 
+CMAP_HEADER, NOT_ENCRYPTED = (11200, 11201), 20304
+
 
 class Log(logging.Handler):
     """What fontTools complains of."""
@@ -74,6 +76,14 @@ def names_outside(data, index):
     return len(ends) < count or any(end > len(name) for end in ends)
 
 
+def cmap_header(data, index):
+    """What is wrong in its first four bytes."""
+    place = struct.unpack_from(">L", data, 12 + 4 * index)[0] if data[:4] == b"ttcf" else 0
+    cmap = modern_sfnt.opened(data, index if place else -1).reader["cmap"]
+    version, count = struct.unpack_from(">2H", cmap)
+    return version != 0 or not 0 < count <= (len(cmap) - 4) // 8
+
+
 def t1disasm_complaint(path):
     done = subprocess.run(["t1disasm", path], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           check=False)
@@ -124,7 +134,11 @@ def proof(path, record, diagnostic):
     if container in ("sfnt", "collection", "woff", "woff2"):
         if table == "name" and names_outside(data, index):
             return "text outside the table"
+        if diagnostic["code"] in CMAP_HEADER:
+            return "its header is wrong" if cmap_header(data, index) else None
         return fonttools_complaint(data, index, table)
+    if diagnostic["code"] == NOT_ENCRYPTED:
+        return None if b"eexec" in data else "nothing calls eexec"
     if container in ("pfb", "pfa"):
         return t1disasm_complaint(path) or (lacks_entry(path, diagnostic["text"]) and "absent"
                                             ) or None

@@ -158,7 +158,7 @@ def partners(path, extensions):
     found = []
     for other in os.listdir(folder):
         base, extension = os.path.splitext(other.lower())
-        if base == stem and extension in extensions:
+        if base == stem and extension in extensions and other != name:
             found.append((extensions.index(extension), other))
     return [os.path.join(folder, other) for _, other in sorted(found)]
 
