@@ -48,7 +48,7 @@ SlimRecord::SlimRecord(const OxFont& font) : sourceFile_(font.sourceFile()) {
 }
 
 boost::shared_ptr<OxFont> SlimRecord::restored() const {
-    const auto font = boost::make_shared<OxFont>();
+    auto font = boost::make_shared<OxFont>();
     std::map<std::string, std::string> attributes;
     for (std::string_view packed = attributes_; !packed.empty();) {
         std::string key = takeText(packed);

@@ -67,10 +67,10 @@ struct MacBinaryOptions {
 Bytes macBinary(const Bytes& fork, const MacBinaryOptions& options = {});
 
 struct BinHexOptions {
-    std::string before;  // text before the announcing line
+    std::string before = {};  // text before the announcing line
     std::string type = "FFIL";
     std::string creator = "DMOV";
-    Bytes dataFork;
+    Bytes dataFork = {};
     bool rightForkChecksum = true;
     bool lastColon = true;
 };

@@ -166,9 +166,9 @@ void ImageReader::read() {
 }  // namespace
 
 void readSfnt(ByteView image, FaceContext& context, FontFaces& faces) {
-    readSfnt(image, context, faces, SfntOrigin::eOriginal);
+    readUnpackedSfnt(image, SfntOrigin::eOriginal, context, faces);
 }
 
-void readSfnt(ByteView image, FaceContext& context, FontFaces& faces, SfntOrigin origin) {
+void readUnpackedSfnt(ByteView image, SfntOrigin origin, FaceContext& context, FontFaces& faces) {
     ImageReader(image, context, faces, origin).read();
 }

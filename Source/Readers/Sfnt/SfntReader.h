@@ -22,4 +22,4 @@ enum class SfntOrigin {
 
 /// The same of what another format unpacks to. What its maker did not leave is not looked at:
 /// offsets and the whole file's sum, and of a rebuilt image the tables' sums.
-void readSfnt(ByteView image, FaceContext& context, FontFaces& faces, SfntOrigin origin);
+void readUnpackedSfnt(ByteView image, SfntOrigin origin, FaceContext& context, FontFaces& faces);

@@ -24,10 +24,10 @@ Bytes smallStrike() {
     BigEndian nfnt;
     nfnt.u16(0x9000).u16(65).u16(67).u16(5).u16(0).u16(0).u16(5).u16(2).u16(12);
     nfnt.u16(2).u16(0).u16(0).u16(1).u16(0xF0F0).u16(0x0F0F);
-    for (const unsigned place : {0, 5, 5, 10, 15}) {
+    for (const unsigned place : {0U, 5U, 5U, 10U, 15U}) {
         nfnt.u16(place);
     }
-    for (const unsigned width : {0x0005, 0xFFFF, 0x0005, 0x0005, 0xFFFF}) {
+    for (const unsigned width : {0x0005U, 0xFFFFU, 0x0005U, 0x0005U, 0xFFFFU}) {
         nfnt.u16(width);
     }
     return nfnt.padTo(50);

@@ -79,7 +79,7 @@ class SfntReaderTest : public testing::Test {
         const fs::path file("/fonts/Acme.ttf");
         FaceContext context{file, details, container, "", work};
         FontFaces faces;
-        readSfnt(ByteView(bytes), context, faces, origin);
+        readUnpackedSfnt(ByteView(bytes), origin, context, faces);
         return faces;
     }
     OxFont read(const Bytes& bytes) {
