@@ -1,4 +1,4 @@
-"""Which orthographies of fontconfig a set of characters covers whole, asked of fontconfig itself."""
+"""Which of fontconfig's orthographies a set of characters covers whole, asked of fontconfig."""
 
 import ctypes
 import ctypes.util

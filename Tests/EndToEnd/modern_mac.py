@@ -5,7 +5,6 @@ import io
 import os
 import shutil
 import struct
-import subprocess
 import tempfile
 
 from fontTools.misc.macRes import ResourceReader
@@ -56,18 +55,6 @@ class Family:
 
     def of_postscript(self):
         return bool(self.strings and self.strings[0]) and all(size for size, _, _ in self.entries)
-
-
-def printer_file(name):
-    """The first five letters of the first part and three of every other one."""
-    parts, part = [], ""
-    for char in name:
-        if char.isupper() or char == "-":
-            parts.append(part)
-            part = ""
-        part += "" if char == "-" else char
-    parts = [p for p in [*parts, part] if p]
-    return "".join(p[:3 if i else 5] for i, p in enumerate(parts))
 
 
 def glyphs_of_strike(data):

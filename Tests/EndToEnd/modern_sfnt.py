@@ -107,7 +107,7 @@ def measures(tables):
 
 
 def characters_of(font, glyphs):
-    """Characters that have a glyph, None without a cmap that tells; whether it is a symbol font's."""
+    """Characters that have a glyph, None without a cmap that tells; whether it is for symbols."""
     if "cmap" not in font.reader:
         return None, None
     found = {}

@@ -102,7 +102,7 @@ class RecognitionTest(ModernTest):
                         self.names_another_kind(told, kind), self.codes(found))
 
     def names_another_kind(self, told, kind):
-        """An OpenType font may have either outlines, a .t1 either form, a .ttf no PostScript ones."""
+        """An .otf may have either outlines, a .t1 either form, a .ttf no PostScript outlines."""
         allowed = {kind, *{"ttf": ["otf"], "pfb": ["t1"]}.get(kind, [])}
         return told in FONT_NAMES and told not in allowed
 
