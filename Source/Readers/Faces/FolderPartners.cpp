@@ -8,7 +8,8 @@ FolderPartners::Paths FolderPartners::of(const boost::filesystem::path& file,
     Paths paths;
     for (const std::string_view extension : extensions) {
         const FolderListing::Entry* entry = listing->findAnyCase(stem + std::string(extension));
-        if (entry != nullptr && (entry->isFile || entry->maybeLink)) {
+        const bool isOther = entry != nullptr && entry->name != file.filename().string();
+        if (isOther && (entry->isFile || entry->maybeLink)) {
             paths.push_back(folder / entry->name);
         }
     }

@@ -15,7 +15,7 @@ class FolderPartners {
 
     /// The files in the folder of `file` that have its stem and one of the extensions, each given
     /// with its dot, whatever the case of both; in the order of the extensions, each in the
-    /// spelling that it has there, behind the folder as `file` names it.
+    /// spelling that it has there, behind the folder as `file` names it; never the file itself.
     Paths of(const boost::filesystem::path& file, std::span<const std::string_view> extensions);
     /// Forgets all listings.
     void clear() { listings_ = FolderListings(); }

@@ -173,7 +173,9 @@ void readType1(ByteView program, FaceContext& context, FontFaces& faces) {
     setType(face, ProgramParts::isSegmented(program), dictionary);
     addDictionary(face, dictionary, Key::eFontName);
     const std::string encoding = addEncoding(face, dictionary);
-    findMissing(face, dictionary, kType1Needs);
+    if (!parts.encrypted().empty()) {  // else it is no whole program, which is told below
+        findMissing(face, dictionary, kType1Needs);
+    }
     if (spent) {
         addEncryptedPart(face, parts, encoding);
     }
