@@ -1,9 +1,12 @@
 #include "Seeds.h"
 
+#include <woff2/encode.h>
+
 #include "BigEndian.h"
 #include "MacFontBuilder.h"
 #include "ResourceForkBuilder.h"
 #include "SfntBuilder.h"
+#include "SoundFont.h"
 #include "Type1Builder.h"
 
 namespace {
@@ -186,6 +189,14 @@ Bytes woffOf(const Bytes& font) {
         .append(data);
 }
 
+Bytes woff2Of(const Bytes& font) {
+    Bytes packed(woff2::MaxWOFF2CompressedSize(font.data(), font.size()));
+    std::size_t size = packed.size();
+    packed.resize(woff2::ConvertTTFToWOFF2(font.data(), font.size(), packed.data(), &size) ? size
+                                                                                           : 0);
+    return packed;
+}
+
 constexpr std::string_view kAfm =
     "StartFontMetrics 4.1\nFontName Acme-Bold\nFullName Acme Bold\nFamilyName Acme\n"
     "Weight Bold\nItalicAngle 0\nIsFixedPitch false\nStartCharMetrics 2\n"
@@ -195,13 +206,13 @@ constexpr std::string_view kAfm =
 
 // What the modern reading is given, each also as a file of some name.
 void addReaders(Seeds& seeds) {
-    const Bytes good = SfntBuilder::goodFont().build();
+    const Bytes sound = adjusted(soundFont());
     const Bytes bareCff = bytesOf("\1\0\4\1\0\1\1\1\5Acme");
-    seeds["SfntFace"] = {{"good", good},
+    seeds["SfntFace"] = {{"sound", sound},
                          {"kerning", kerningFont().build()},
                          {"shared", seeds["Collection"]["shared"]}};
-    seeds["WoffFace"] = {{"good", woffOf(good)}};
-    seeds["Woff2Face"] = {{"header", joined({bytesOf("wOF2"), Bytes(60)})}};
+    seeds["WoffFace"] = {{"sound", woffOf(sound)}};
+    seeds["Woff2Face"] = {{"sound", woff2Of(adjusted(soundFont().table("loca", Bytes(10)).table("glyf", Bytes(2))))}};
     seeds["Type1Face"] = {
         {"pfb", pfbFile(acmeType1Text())}, {"text", bytesOf(type1Program())}, {"cff", bareCff}};
     seeds["MetricsFace"] = {{"pfm", PfmBuilder().bytes()}, {"sound-afm", bytesOf(kAfm)}};
