@@ -116,7 +116,8 @@ FileLook::Kind FileLook::look() {
 bool FileLook::isFontItself() {
     constexpr std::size_t kBinHexStart = 4096;  // where its line may begin
     const bool isBinHexName = ascii::toLower(path_.extension().string()) == ".hqx";
-    start_.resize(isBinHexName ? kBinHexStart : FontStart::kSize);
+    const std::size_t wanted = isBinHexName ? kBinHexStart : FontStart::kSize;
+    start_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(wanted, file_.size())));
     start_.resize(file_.readAt(0, start_.data(), start_.size()));
     const auto readAt = [this](std::uint64_t offset, std::size_t count) {
         further_.resize(count);
