@@ -231,8 +231,11 @@ void FileLook::release() {
 }
 
 // No "FileName": an import has nothing to copy.
-void FileLook::addNoFont(FontFaces& faces) const {
+void FileLook::addNoFont(FontFaces& faces) {
     faces.push_back(new OxFont);
+    if (isOpen_ && fill()) {
+        faces.back().setAttribute(eFingerprint, file_.digest());
+    }
     faces.back().setAttribute(eFontFilePath, path_.parent_path().string());
     const std::string look(lookOfBytes(start()));
     const bool isLost = look == "empty" || look == "all zero";

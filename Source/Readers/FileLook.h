@@ -42,7 +42,7 @@ class FileLook {
     void readFont(ByteView bytes, const ReadingDetails& details, FontFaces& faces);
     void readMac(const ReadingDetails& details, FontFaces& faces);
     bool fill();
-    void addNoFont(FontFaces& faces) const;
+    void addNoFont(FontFaces& faces);
 
     ForkLocator forks_;
     FolderPartners partners_;

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <span>
 
-#include "CString.h"
 #include "MacScriptTables.h"
 #include "Utf8Encoding.h"
 
@@ -292,7 +291,7 @@ std::string fromWindowsEncoding(ByteView bytes, unsigned encoding) {
 }
 
 std::string fromMacScript(ByteView bytes, unsigned script, unsigned language) {
-    const std::string_view text = upToZero(bytes.text());
+    const std::string_view text = bytes.text();
     if (isAscii(text)) {
         return std::string(text);
     }

@@ -16,8 +16,7 @@ std::string fromUtf16(ByteView bytes);
 std::string fromWindowsEncoding(ByteView bytes, unsigned encoding);
 
 /// Text of a Macintosh script (the encoding of a Macintosh name record or the script of a resource
-/// id) in a language of that platform, which decides between the Roman variants; ends at the first
-/// zero byte.
+/// id) in a language of that platform, which decides between the Roman variants.
 std::string fromMacScript(ByteView bytes, unsigned script, unsigned language);
 
 /// Eight-bit text without a stated encoding: UTF-8 when it is valid, else ISO 8859-1.
