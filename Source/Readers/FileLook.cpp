@@ -80,13 +80,14 @@ void runReader(const std::function<void()>& read, FaceContext& context, FontFace
 
 bool FileLook::at(const fs::path& file) {
     path_ = file;
-    isCurrent_ = true;
+    isCurrent_ = false;
     isFilled_ = false;
     incomplete_.clear();
     trouble_.clear();
     contained_ = {};
     mac_ = {};
     kind_ = look();
+    isCurrent_ = true;
     return kind_ != Kind::eNothing;
 }
 
@@ -261,6 +262,8 @@ bool FileLook::fill() {
 }
 
 void FileLook::release() {
+    mac_ = {};
+    contained_ = {};
     bytes_.release();
     whole_ = {};
     isFilled_ = false;
