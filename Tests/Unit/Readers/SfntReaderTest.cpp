@@ -307,6 +307,7 @@ TEST_F(SfntReaderTest, CharactersOfEveryFormatAndTheOrderOfSubtables) {
     // Macintosh codes by their script; other legacy encodings are not guessed at.
     EXPECT_EQ(property(soundFont().table("cmap", cmap({{1, 0, bytes0}})), "coverage"), "c4");
     EXPECT_EQ(property(soundFont().table("cmap", cmap({{3, 2, bytes0}})), "codepoints"), "-");
+    EXPECT_EQ(property(soundFont().table("cmap", cmap({{1, 1, bytes0}})), "codepoints"), "-");
 }
 
 TEST_F(SfntReaderTest, EmbeddingByTheVersionOfItsTable) {
