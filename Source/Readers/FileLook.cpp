@@ -115,6 +115,11 @@ FileLook::Kind FileLook::look() {
 
 // What is said of a file in which nothing was found.
 FileLook::Kind FileLook::lookWithoutFont() {
+    if (const boost::system::error_code error = file_.readError()) {
+        incomplete_ = error.message();
+        trouble_ = trouble_.empty() ? incomplete_ : trouble_;
+        return Kind::eUnreadable;
+    }
     if (mac_.kind == MacFile::Kind::eBroken) {
         return Kind::eMac;
     }
@@ -123,23 +128,20 @@ FileLook::Kind FileLook::lookWithoutFont() {
         mac_.finding = finding::kContainerDamaged;
         return Kind::eMac;
     }
-    if (const boost::system::error_code error = file_.readError()) {
-        incomplete_ = trouble_ = error.message();
-        return Kind::eUnreadable;
-    }
     return hasFontExtension(path_) ? Kind::eNoFont : Kind::eNothing;
 }
 
 // A file that cannot be opened is told; a link to nothing or a FIFO only with a font's name.
 FileLook::Kind FileLook::lookUnopened() {
-    if (mac_.kind == MacFile::Kind::eNothing) {
+    const bool isTold = hasFontExtension(path_) || regularFileSize(path_);
+    if (mac_.kind == MacFile::Kind::eNothing || !isTold) {
         return Kind::eNothing;
     }
-    if (hasFontExtension(path_) && mac_.finding == finding::kForkUnreadable) {
-        incomplete_ = mac_.detail;
-        return Kind::eUnreadable;
+    if (mac_.finding != finding::kForkUnreadable) {
+        return Kind::eMac;
     }
-    return regularFileSize(path_) ? Kind::eMac : Kind::eNothing;
+    incomplete_ = mac_.detail;
+    return Kind::eUnreadable;
 }
 
 bool FileLook::isFontItself() {
