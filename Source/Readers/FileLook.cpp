@@ -5,8 +5,8 @@
 #include <new>
 
 #include "Ascii.h"
-#include "FindingTable.h"
 #include "Log.h"
+#include "MacFindings.h"
 #include "MetricsReader.h"
 #include "SfntReader.h"
 #include "Type1Reader.h"
@@ -26,10 +26,6 @@ constexpr char kShrunkText[] = "the file has become shorter";
 const LogChannel& log() {
     static const LogChannel channel("FileLook");
     return channel;
-}
-
-void addFinding(OxFont& font, int code, const std::string& detail) {
-    font.addDiagnostic(findingRow(code)->severity, code, detail);
 }
 
 using Reader = void (*)(ByteView file, FaceContext& context, FontFaces& faces);
@@ -84,13 +80,14 @@ void runReader(const std::function<void()>& read, FaceContext& context, FontFace
 
 bool FileLook::at(const fs::path& file) {
     path_ = file;
-    isCurrent_ = true;
+    isCurrent_ = false;
     isFilled_ = false;
     incomplete_.clear();
     trouble_.clear();
     contained_ = {};
     mac_ = {};
     kind_ = look();
+    isCurrent_ = true;
     return kind_ != Kind::eNothing;
 }
 
@@ -104,13 +101,47 @@ FileLook::Kind FileLook::look() {
         return Kind::eContainedFont;
     }
     mac_ = lookAtMacFile(forks_, inHand());
-    trouble_ = mac_.trouble;
-    if (mac_.kind == MacFile::Kind::eFonts || mac_.kind == MacFile::Kind::eBroken) {
+    if (!mac_.trouble.empty()) {
+        trouble_ = mac_.trouble;
+    }
+    if (mac_.kind == MacFile::Kind::eSidecar) {
+        return Kind::eNothing;
+    }
+    if (mac_.kind == MacFile::Kind::eFonts) {
         return Kind::eMac;
     }
-    const bool isNoFont =
-        isOpen_ && mac_.kind == MacFile::Kind::eNothing && hasFontExtension(path_);
-    return isNoFont ? Kind::eNoFont : Kind::eNothing;
+    return isOpen_ ? lookWithoutFont() : lookUnopened();
+}
+
+// What is said of a file in which nothing was found.
+FileLook::Kind FileLook::lookWithoutFont() {
+    if (const boost::system::error_code error = file_.readError()) {
+        incomplete_ = error.message();
+        trouble_ = trouble_.empty() ? incomplete_ : trouble_;
+        return Kind::eUnreadable;
+    }
+    if (mac_.kind == MacFile::Kind::eBroken) {
+        return Kind::eMac;
+    }
+    if (contained_.isDamaged && contained_.bytes.empty()) {
+        mac_.kind = MacFile::Kind::eBroken;
+        mac_.finding = finding::kContainerDamaged;
+        return Kind::eMac;
+    }
+    return hasFontExtension(path_) ? Kind::eNoFont : Kind::eNothing;
+}
+
+// A file that cannot be opened is told; a link to nothing or a FIFO only with a font's name.
+FileLook::Kind FileLook::lookUnopened() {
+    const bool isTold = hasFontExtension(path_) || regularFileSize(path_);
+    if (mac_.kind == MacFile::Kind::eNothing || !isTold) {
+        return Kind::eNothing;
+    }
+    if (mac_.finding != finding::kForkUnreadable) {
+        return Kind::eMac;
+    }
+    incomplete_ = mac_.detail;
+    return Kind::eUnreadable;
 }
 
 bool FileLook::isFontItself() {
@@ -159,12 +190,18 @@ void FileLook::read(const ReadingDetails& details, FontFaces& faces) {
             break;
         case Kind::eContainedFont:
             readFont(contained_.bytes, details, faces);
+            if (contained_.isDamaged) {
+                addFinding(faces.front(), finding::kContainerDamaged, "it is cut off");
+            }
             break;
         case Kind::eMac:
             readMac(details, faces);
             break;
         case Kind::eNoFont:
             addNoFont(faces);
+            break;
+        case Kind::eUnreadable:
+            readFont({}, details, faces);
             break;
         case Kind::eNothing:
             break;
@@ -179,7 +216,11 @@ void FileLook::readFont(ByteView bytes, const ReadingDetails& details, FontFaces
     if (incomplete_.empty()) {
         context.fingerprint = file_.digest();
     }
-    runReader([&] { readerOf(format_)(bytes, context, faces); }, context, faces);
+    if (incomplete_.empty() || !bytes.empty()) {
+        runReader([&] { readerOf(format_)(bytes, context, faces); }, context, faces);
+    } else {
+        Face(faces, context);  // nothing can be said of what was not read
+    }
     if (!incomplete_.empty()) {
         addFinding(faces.front(), incomplete_ == kShrunkText ? kShrunk : kUnreadable, incomplete_);
     }
@@ -197,7 +238,7 @@ void FileLook::readMac(const ReadingDetails& details, FontFaces& faces) {
     }
 }
 
-// Reads the file into memory; what cannot be read of it is zero. Whether there is anything.
+// Reads the file into memory, as far as it can be read. Whether that is all of it.
 bool FileLook::fill() {
     if (isFilled_) {
         return incomplete_.empty();
@@ -210,7 +251,7 @@ bool FileLook::fill() {
     }
     try {
         const std::size_t got = file_.readAll(bytes_);
-        whole_ = ByteView(bytes_.data(), bytes_.size());
+        whole_ = ByteView(bytes_.data(), got);
         if (got < file_.size()) {
             const boost::system::error_code error = file_.readError();
             incomplete_ = error ? error.message() : kShrunkText;
@@ -224,6 +265,8 @@ bool FileLook::fill() {
 }
 
 void FileLook::release() {
+    mac_ = {};
+    contained_ = {};
     bytes_.release();
     whole_ = {};
     isFilled_ = false;
@@ -241,4 +284,7 @@ void FileLook::addNoFont(FontFaces& faces) {
     const bool isLost = look == "empty" || look == "all zero";
     addFinding(faces.back(), hasSharedFontExtension(path_) && !isLost ? kSomethingElse : kNoFont,
                look);
+    if (!incomplete_.empty()) {
+        addFinding(faces.back(), kUnreadable, incomplete_);
+    }
 }

@@ -31,9 +31,11 @@ class FileLook {
     std::string takeTrouble() { return std::exchange(trouble_, {}); }
 
   private:
-    enum class Kind { eNothing, eFont, eContainedFont, eMac, eNoFont };
+    enum class Kind { eNothing, eFont, eContainedFont, eMac, eNoFont, eUnreadable };
 
     Kind look();
+    Kind lookWithoutFont();
+    Kind lookUnopened();
     bool isFontItself();
     bool isContainedFont();
     ByteView start() const { return ByteView(start_); }

@@ -7,6 +7,7 @@
 
 #include "Ascii.h"
 #include "FourCharCode.h"
+#include "ProgramWords.h"
 
 namespace {
 
@@ -23,16 +24,9 @@ constexpr std::uint32_t kTags[] = {
 constexpr std::uint32_t kVersions[] = {0x00010000, fourCharCode("true"), fourCharCode("OTTO"),
                                        fourCharCode("typ1")};
 
-constexpr std::string_view kType1Words[] = {"%!PS-AdobeFont", "%!FontType",
-                                            "%!PS-Adobe-3.0 Resource-Font"};
 constexpr std::string_view kType42Words[] = {"%!PS-TrueTypeFont"};
 constexpr std::string_view kCidWords[] = {"%!PS-Adobe-3.0 Resource-CIDFont"};
 constexpr std::string_view kAfmWords[] = {"StartFontMetrics"};
-constexpr std::string_view kMark = "\xEF\xBB\xBF";
-
-bool beginsWith(ByteView bytes, std::string_view word) {
-    return bytes.clamped(0, word.size()).text() == word;
-}
 
 bool isOneOf(std::uint32_t value, std::span<const std::uint32_t> list) {
     return std::find(list.begin(), list.end(), value) != list.end();
@@ -77,19 +71,9 @@ bool isSfnt(const FontStart& start, bool isNamedSo) {
     return isNamedSo && knownTables(start).lieInside >= kEnoughTables;
 }
 
-template <std::size_t Size>
-bool beginsWithOneOf(ByteView bytes, const std::string_view (&words)[Size]) {
-    return std::any_of(std::begin(words), std::end(words),
-                       [bytes](std::string_view word) { return beginsWith(bytes, word); });
-}
-
-// Behind a UTF-8 mark and white space.
-ByteView withoutBlanks(ByteView bytes) {
-    std::size_t at = beginsWith(bytes, kMark) ? kMark.size() : 0;
-    while (bytes.holds(at, 1) && ascii::isSpace(static_cast<char>(bytes.u8(at)))) {
-        ++at;
-    }
-    return bytes.clamped(at, bytes.size());
+bool beginsWithOneOf(std::string_view text, std::span<const std::string_view> words) {
+    return std::any_of(words.begin(), words.end(),
+                       [text](std::string_view word) { return text.starts_with(word); });
 }
 
 bool isPfb(const FontStart& start, bool /*isNamedSo*/) {
@@ -99,7 +83,7 @@ bool isPfb(const FontStart& start, bool /*isNamedSo*/) {
         return false;
     }
     for (std::size_t at = 2; at <= kWithin; ++at) {
-        if (beginsWithOneOf(bytes.clamped(at, bytes.size()), kType1Words)) {
+        if (beginsWithOneOf(bytes.clamped(at, bytes.size()).text(), kType1Words)) {
             return true;
         }
     }
@@ -162,7 +146,7 @@ bool isPfm(const FontStart& start, bool isNamedSo) {
 
 template <const auto& Words>
 bool isText(const FontStart& start, bool /*isNamedSo*/) {
-    return beginsWithOneOf(withoutBlanks(start.bytes()), Words);
+    return beginsWithOneOf(behindBlanks(start.bytes().text()), Words);
 }
 
 template <std::uint32_t Tag>
@@ -324,7 +308,7 @@ std::string_view lookOfBytes(ByteView start) {
             return magic.look;
         }
     }
-    const std::string text = ascii::toUpper(withoutBlanks(start).text());
+    const std::string text = ascii::toUpper(behindBlanks(start.text()));
     if (std::any_of(std::begin(kHtmlWords), std::end(kHtmlWords),
                     [&text](std::string_view word) { return text.starts_with(word); })) {
         return "HTML";

@@ -36,21 +36,28 @@ boost::ptr_vector<OxFont>* OxFontReader::parseFontFile(fs::path file) {
         log().error(error.what());
         reportFileError(file, error.what());
     }
-    if (const std::string trouble = look_->takeTrouble(); !trouble.empty()) {
-        reportFileError(file, trouble);
-    }
+    reportTrouble(file);
     return faces.release();
 }
 
 bool OxFontReader::inspectFont(fs::path file) {
     try {
-        return look_->at(file);
+        if (look_->at(file)) {
+            return true;  // what is wrong is told when it is read
+        }
     } catch (const std::exception& error) {
         reportFileError(file, error.what());
-        return false;
     }
+    reportTrouble(file);
+    return false;
 }
 // NOLINTEND(performance-unnecessary-value-param)
+
+void OxFontReader::reportTrouble(const fs::path& file) {
+    if (const std::string trouble = look_->takeTrouble(); !trouble.empty()) {
+        reportFileError(file, trouble);
+    }
+}
 
 bool OxFontReader::readsWhole(const fs::path& file) const {
     return hasFontExtension(file);

@@ -30,6 +30,8 @@ class OXPARSER_EXPORT OxFontReader : public OxParserImp {
     bool firstRecordFirst() const override { return true; }
 
   private:
+    void reportTrouble(const boost::filesystem::path& file);
+
     ReadingDetails details_;
     std::unique_ptr<FileLook> look_;
 };

@@ -77,7 +77,9 @@ void Face::setText(std::string_view name, std::string text) {
 
 void Face::setDecimal(std::string_view name, double number) {
     const double rounded = std::round(number * 1000) / 1000;
-    set(name, rounded == 0 ? 0.0 : rounded);  // no negative zero
+    if (std::isfinite(rounded)) {
+        set(name, rounded == 0 ? 0.0 : rounded);  // no negative zero
+    }
 }
 
 std::string Face::text(std::string_view name) const {

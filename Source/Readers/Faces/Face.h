@@ -40,7 +40,7 @@ class Face {
     }
     /// UTF-8. White space and zeros at the end go; an empty text is not set.
     void setText(std::string_view name, std::string text);
-    /// Rounded to three digits behind the point.
+    /// Rounded to three digits behind the point; what is too large for that is not set.
     void setDecimal(std::string_view name, double number);
     /// The text of a property; empty without one.
     std::string text(std::string_view name) const;

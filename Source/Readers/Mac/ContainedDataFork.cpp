@@ -55,7 +55,7 @@ bool isBelieved(const macbinary::Layout& layout, ByteView whole) {
 
 ContainedFork fromBinHex(ByteView text) {
     const auto header = binhex::readHeader(text.clamped(0, binhex::kHeaderText));
-    if (!header || header->dataLength == 0) {
+    if (!header || header->dataLength == 0 || header->dataLength > kUnpackLimit) {
         return {};
     }
     bool given = false;

@@ -9,6 +9,7 @@
 #include "FourCharCode.h"
 #include "MacFindings.h"
 #include "SidecarOwner.h"
+#include "TextDecoding.h"
 
 namespace {
 
@@ -154,10 +155,10 @@ class Look {
         }
     }
 
-    void breakWith(int code, std::string detail) {
+    void breakWith(int code, const std::string& detail) {
         result_.kind = Kind::eBroken;
         result_.finding = code;
-        result_.detail = std::move(detail);
+        result_.detail = fromUnstated(detail);  // it may tell a path
     }
 
     ForkLocator& forks_;

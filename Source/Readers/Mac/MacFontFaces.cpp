@@ -8,7 +8,6 @@
 #include "PrinterFileName.h"
 #include "SfntReader.h"
 #include "StrikeRecord.h"
-#include "TextDecoding.h"
 #include "Type1Reader.h"
 
 namespace {
@@ -286,7 +285,7 @@ void MacFontFaces::addPrinterFont(Face& face, const Member& member) {
     const std::string name = resourceText(printerFileName(parts), member.family->resource.id);
     const boost::filesystem::path& path = printerFonts_.find(name);
     if (!path.empty()) {
-        face.set("printerFonts", OxPropertyValue::List{fromUnstated(path.string())});
+        face.set("printerFonts", OxPropertyValue::List{path.string()});
         face.record().printerFontPaths.push_back(path);
         face.record().setAttribute(ePrinterFilePath, path.filename().string());
     } else if (!name.empty()) {

@@ -7,14 +7,12 @@
 #include "Ascii.h"
 #include "MacFindings.h"
 #include "Md5.h"
+#include "ProgramWords.h"
 
 namespace {
 
 constexpr std::int16_t kFirstId = 501;
 constexpr std::size_t kMostDefects = 100;  // a program in many parts can be wrong in all of them
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kType1Words[] = {"%!PS-AdobeFont", "%!FontType",
-                                            "%!PS-Adobe-3.0 Resource-Font"};
 
 enum class PostKind : std::uint8_t {
     eComment = 0,
@@ -145,12 +143,7 @@ class Joiner {
 }  // namespace
 
 bool beginsLikePfa(std::string_view text) {
-    if (text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
-    }
-    while (!text.empty() && ascii::isSpace(text.front())) {
-        text.remove_prefix(1);
-    }
+    text = behindBlanks(text);
     return std::any_of(std::begin(kType1Words), std::end(kType1Words),
                        [text](std::string_view word) { return text.starts_with(word); });
 }

@@ -69,14 +69,14 @@ void CharacterMap::addMixedCodes() {
     constexpr std::uint64_t kKeys = 6;
     constexpr std::uint64_t kHeaders = kKeys + 512;
     for (std::uint32_t high = 0; high < 256; ++high) {
-        const std::uint64_t key = bytes_.u16be(kKeys + 2 * high, "subHeaderKeys");
+        const std::uint64_t key = bytes_.u16be(kKeys + std::uint64_t{2} * high, "subHeaderKeys");
         const ByteView header = bytes_.slice(kHeaders + key, 8, 1, "subHeader");
         const std::uint32_t first = header.u16be(0);
         const std::uint32_t count = header.u16be(2);
         const std::uint64_t glyphs = kHeaders + key + 6 + header.u16be(6);
         if (key == 0) {
             if (high >= first && high - first < count) {
-                addRow(high, 1, glyphs + 2 * (high - first), header.u16be(4));
+                addRow(high, 1, glyphs + std::uint64_t{2} * (high - first), header.u16be(4));
             }
         } else if (first < 256) {
             addRow(high << 8 | first, std::min(count, 256 - first), glyphs, header.u16be(4));
@@ -92,16 +92,17 @@ void CharacterMap::addSegments() {
     const std::uint64_t offsets = deltas + std::uint64_t{2} * segments;
     static_cast<void>(bytes_.slice(ends, 4 * segments + 1, 2, "segments"));
     for (std::uint32_t i = 0; i < segments; ++i) {
-        const std::uint32_t first = bytes_.u16be(starts + 2 * i);
-        const std::uint32_t last = bytes_.u16be(ends + 2 * i);
-        const std::uint32_t offset = bytes_.u16be(offsets + 2 * i);
+        const std::uint64_t at = std::uint64_t{2} * i;
+        const std::uint32_t first = bytes_.u16be(starts + at);
+        const std::uint32_t last = bytes_.u16be(ends + at);
+        const std::uint32_t offset = bytes_.u16be(offsets + at);
         // The last one is there to end a search; that an offset of 0xFFFF means no glyphs is a
         // habit of old tools.
         if (first > last || first == kLast || offset == kLast) {
             continue;
         }
-        const std::uint64_t glyphs = offset == 0 ? 0 : offsets + 2 * i + offset;
-        addSegment(first, last, bytes_.u16be(deltas + 2 * i), glyphs);
+        const std::uint64_t glyphs = offset == 0 ? 0 : offsets + at + offset;
+        addSegment(first, last, bytes_.u16be(deltas + at), glyphs);
     }
 }
 
@@ -130,7 +131,7 @@ void CharacterMap::addTrimmed(std::uint64_t header, unsigned width) {
                                            : bytes_.u32be(header + width, "numChars");
     if (first <= CharacterSet::kLast) {
         addRow(first, std::min<std::uint32_t>(count, CharacterSet::kLast - first + 1),
-               header + 2 * width, 0);
+               header + std::uint64_t{2} * width, 0);
     }
 }
 
@@ -142,11 +143,11 @@ void CharacterMap::addGroups(std::uint64_t header, bool rising) {
         const char32_t first = group.u32be(0);
         const char32_t last = std::min<char32_t>(group.u32be(4), CharacterSet::kLast);
         const std::uint32_t glyph = group.u32be(8);
+        if (!spend_(first > last ? kGroupWork : rangeWork(first, last))) {
+            return;
+        }
         if (first > last) {
             continue;
-        }
-        if (!spend_(rangeWork(first, last))) {
-            return;
         }
         if (rising) {
             addRising(first, last, glyph);

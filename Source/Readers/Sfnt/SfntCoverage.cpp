@@ -49,7 +49,9 @@ unsigned rankOf(std::uint16_t platform, std::uint16_t encoding) {
             return i;
         }
     }
-    return platform == eMacintosh ? kMacintoshRank : kNoRank;
+    // Of scripts with two bytes a character it is not known what the codes mean.
+    const bool isKnownScript = platform == eMacintosh && macScriptCharacter(encoding, 'A') != 0;
+    return isKnownScript ? kMacintoshRank : kNoRank;
 }
 
 std::string nameOf(const Subtable& subtable) {

@@ -103,7 +103,8 @@ void SfntFont::readDirectory(std::uint64_t start) {
     }
     tables_.reserve(std::min<std::size_t>(taken, image.size() / kRecordSize));
     for (std::uint32_t i = 0; i < taken; ++i) {
-        addTable(image.slice(start + kHeaderSize + i * kRecordSize, 1, kRecordSize, "tableRecord"));
+        const std::uint64_t at = start + kHeaderSize + std::uint64_t{i} * kRecordSize;
+        addTable(image.slice(at, 1, kRecordSize, "tableRecord"));
     }
     tellNamedTwice();
 }

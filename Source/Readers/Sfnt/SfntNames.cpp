@@ -15,6 +15,7 @@ constexpr SfntTag kName = fourCharCode("name");
 constexpr std::uint32_t kHeaderSize = 6;
 constexpr std::uint32_t kRecordSize = 12;
 constexpr std::uint64_t kWorkPerByte = 8;
+constexpr std::uint64_t kRecordWork = 32;          // of one that is decoded, however short
 constexpr std::uint64_t kListedRecordWork = 1024;  // what is kept of one
 
 enum Platform : std::uint16_t { eUnicode = 0, eMacintosh = 1, eIso = 2, eWindows = 3 };
@@ -111,7 +112,7 @@ void SfntNames::readRecords(const FontTable& table) {
 }
 
 std::string SfntNames::decoded(const Record& record) {
-    if (!font_.spend(record.text.size() * kWorkPerByte)) {
+    if (!font_.spend(kRecordWork + record.text.size() * kWorkPerByte)) {
         return {};
     }
     switch (record.platform) {

@@ -30,7 +30,9 @@ class SfntNames {
     struct Choice {
         std::uint32_t idAndRank;
         std::uint32_t index;
-        auto operator<=>(const Choice&) const = default;
+        bool operator<(const Choice& other) const {
+            return idAndRank != other.idAndRank ? idAndRank < other.idAndRank : index < other.index;
+        }
     };
 
     void readRecords(const FontTable& table);

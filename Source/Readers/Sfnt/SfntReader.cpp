@@ -28,16 +28,16 @@ constexpr int kUnset = -1;
 
 struct Format {
     SfntTag glyphs;
-    const char* name;
     int fontType;
+    const char* name;
 };
 constexpr Format kFormats[] = {
-    {fourCharCode("glyf"), "truetype", OxFont::TTF}, {fourCharCode("CFF "), "cff", OxFont::OTPS},
-    {fourCharCode("CFF2"), "cff2", OxFont::OTPS},    {fourCharCode("EBDT"), "bitmap", kUnset},
-    {fourCharCode("bdat"), "bitmap", kUnset},        {fourCharCode("sbix"), "bitmap", kUnset},
-    {fourCharCode("CBDT"), "bitmap", kUnset},
+    {fourCharCode("glyf"), OxFont::TTF, "truetype"}, {fourCharCode("CFF "), OxFont::OTPS, "cff"},
+    {fourCharCode("CFF2"), OxFont::OTPS, "cff2"},    {fourCharCode("EBDT"), kUnset, "bitmap"},
+    {fourCharCode("bdat"), kUnset, "bitmap"},        {fourCharCode("sbix"), kUnset, "bitmap"},
+    {fourCharCode("CBDT"), kUnset, "bitmap"},
 };
-constexpr Format kWrappedType1 = {0, "type1", kUnset};
+constexpr Format kWrappedType1 = {0, kUnset, "type1"};
 
 const Format* formatOf(const SfntFont& font) {
     if (font.version() == fourCharCode("typ1") &&

@@ -12,6 +12,7 @@
 #include "ByteBuffer.h"
 #include "ByteWriter.h"
 #include "FourCharCode.h"
+#include "SfntFont.h"
 #include "SfntReader.h"
 #include "WoffHeader.h"
 
@@ -34,12 +35,7 @@ struct Entry {
     std::uint32_t unpacked = 0;  // how much of it there is
 
     FontDiagnosticPlace place(const char* field = "") const {
-        std::string text;
-        for (const unsigned shift : {24U, 16U, 8U, 0U}) {
-            const auto character = static_cast<char>(tag >> shift);
-            text += character >= ' ' && character <= '~' ? character : '?';
-        }
-        return {.table = text, .field = field, .offset = offset};
+        return {.table = tagText(tag), .field = field, .offset = offset};
     }
 };
 

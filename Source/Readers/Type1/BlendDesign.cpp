@@ -139,9 +139,9 @@ void BlendDesign::addTo(Face& face) const {
             entry.set("min", points.front().user);
             double design = 0;
             const bool placed = defaultDesign(axis, design);
-            const double user = userValue(points, design);
+            const double user = std::round(userValue(points, design) * 1000) / 1000;
             if (placed && std::isfinite(user)) {
-                entry.set("default", std::round(user * 1000) / 1000);
+                entry.set("default", user);
             }
             entry.set("max", points.back().user);
         }

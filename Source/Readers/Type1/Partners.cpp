@@ -31,6 +31,7 @@ Paths partnersOf(Face& face, std::span<const std::string_view> extensions) {
     return partners.of(context.file, extensions);
 }
 
+// As the file system spells them, whatever their bytes: who reads the property opens the files.
 void setPaths(Face& face, std::string_view property, const Paths& paths) {
     OxPropertyValue::List list;
     for (const boost::filesystem::path& path : paths) {
@@ -60,7 +61,7 @@ ProgramHead headOf(const boost::filesystem::path& file) {
     const ByteView start(bytes.data(), count);
     head.readable = !error;
     head.segmented = ProgramParts::isSegmented(start);
-    const ByteView text = head.segmented ? start.from(kSegmentHeader) : start;
+    const ByteView text = start.clamped(head.segmented ? kSegmentHeader : 0, count);
     head.fontName = fromUnstated(FontDictionary(text.text()).bytes(FontDictionary::Key::eFontName));
     return head;
 }
@@ -81,13 +82,14 @@ void addOutline(Face& face, bool wantsPfb) {
         return;
     }
     const boost::filesystem::path& program = programs.front();
+    const std::string name = fromUnstated(program.filename().string());
     const ProgramHead head = headOf(program);
     const bool isPfb = ascii::toLower(program.extension().string()) == kPrograms[0];
     if (wantsPfb && isPfb && head.readable && !head.segmented) {
-        face.find(eWarning, kDamagedPfb, program.filename().string());
+        face.find(eWarning, kDamagedPfb, name);
     }
     const std::string own = face.text("postscriptName");
     if (!own.empty() && !head.fontName.empty() && own != head.fontName) {
-        face.find(kOtherName, own + ", in " + program.filename().string() + " " + head.fontName);
+        face.find(kOtherName, own + ", in " + name + " " + head.fontName);
     }
 }

@@ -56,7 +56,6 @@ void ProgramParts::readSegments(ByteView file, Face& face) {
         face.find(kFirstByte, hexByte(file.u8(0)) + ", should be 0x80", inFile("segment", 0));
     }
     std::uint64_t offset = 0;
-    bool trailer = false;
     while (file.holds(offset, kHeaderSize)) {
         const std::uint8_t marker = file.u8(offset);
         const std::uint8_t type = file.u8(offset + 1);
@@ -85,7 +84,6 @@ void ProgramParts::readSegments(ByteView file, Face& face) {
         } else if (encrypted_.empty()) {
             join(clear_, joinedClear_, segment);
         }
-        trailer = trailer || (type == eText && !encrypted_.empty());
         offset += kHeaderSize + length;
     }
     const ByteView rest = file.clamped(offset, kHeaderSize);

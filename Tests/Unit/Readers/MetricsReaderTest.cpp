@@ -88,6 +88,13 @@ TEST(MetricsReader, ReadsAfmWhateverItsLineEnds) {
     }
 }
 
+TEST(MetricsReader, SetsNoNumberThatIsNone) {
+    for (const std::string angle : {"nan", "inf", "1e307", "1e999"}) {
+        const OxFont font = readOne(readAfm, replaced(kAfm, "-12.5", angle));
+        EXPECT_EQ("", shown(font, "italicAngle")) << angle;
+    }
+}
+
 TEST(MetricsReader, SaysWhatIsWrongWithAnAfm) {
     const std::pair<std::string, std::string> rows[] = {
         {replaced(kAfm, "CharMetrics 2", "CharMetrics 3"), "note 20404 2, claimed are 3"},
@@ -120,6 +127,8 @@ TEST(MetricsReader, FindsPartnersWhateverTheCase) {
               problems(readOne(readAfm, replaced(kAfm, "Acme-Bold", "Acme-Bald"), "", afmFile)));
     folder.write("ACME.Pfb", "no program");
     EXPECT_EQ("warning 15002 ACME.Pfb", problems(readOne(readPfm, pfm(), "", pfmFile)));
+    folder.write("ACME.Pfb", "\x80\x01");  // shorter than a segment's header
+    EXPECT_EQ("", problems(readOne(readPfm, pfm(), "", pfmFile)));
     fs::remove(program);
     EXPECT_EQ("note 15001", problems(readOne(readPfm, pfm(), "", pfmFile)));
 }

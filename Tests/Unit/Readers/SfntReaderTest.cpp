@@ -249,6 +249,7 @@ TEST_F(SfntReaderTest, CharactersOfEveryFormatAndTheOrderOfSubtables) {
     // Macintosh codes by their script; other legacy encodings are not guessed at.
     EXPECT_EQ(property(soundFont().table("cmap", cmap({{1, 0, bytes0}})), "coverage"), "c4");
     EXPECT_EQ(property(soundFont().table("cmap", cmap({{3, 2, bytes0}})), "codepoints"), "-");
+    EXPECT_EQ(property(soundFont().table("cmap", cmap({{1, 1, bytes0}})), "codepoints"), "-");
 }
 
 TEST_F(SfntReaderTest, EmbeddingByTheVersionOfItsTable) {
@@ -387,6 +388,13 @@ TEST_F(SfntReaderTest, WhatIsEntangledEndsSoon) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         patch(table, 6 + 12 * i + 8, 2, 60000);
     }
+    // Instances without a coordinate, whose name has as many empty records.
+    BigEndian fvar = BigEndian().u32(0x00010000).u16(16).u16(2).u16(0).u16(20).u16(65535).u16(4);
+    for (int i = 0; i < 65535; ++i) {
+        fvar.u16(1).u16(0);
+    }
+    EXPECT_EQ(found(soundFont().table("name", SfntBuilder::nameTable(names)).table("fvar", fvar)),
+              kEntangled);
     table.resize(table.size() + 60000, ' ');
     EXPECT_EQ(found(soundFont().table("name", table)), kEntangled);
     // Many members that name the same large tables.
