@@ -141,9 +141,9 @@ void addEncryptedPart(Face& face, const ProgramParts& parts, const std::string& 
         }
         return;
     }
-    const std::string text = decodedEexec(parts.encrypted());
-    if (text.find("/Private") == std::string::npos &&
-        text.find("/CharStrings") == std::string::npos) {
+    const DecodedEexec decoded(parts.encrypted());
+    const std::string_view text = decoded.text();
+    if (text.find("/Private") == text.npos && text.find("/CharStrings") == text.npos) {
         face.find(kNotDecoded, "");
         return;
     }
