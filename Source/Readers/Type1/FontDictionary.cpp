@@ -56,8 +56,10 @@ const FontDictionary::Row* FontDictionary::rowOf(std::string_view name) {
     if (name.size() < kShortest) {  // the glyph names of an encoding
         return nullptr;
     }
-    const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
-                                   [name](const Row& r) { return r.name == name; });
+    // Most names are those of glyphs: the first character and the length tell without a comparison.
+    const auto* row = std::find_if(std::begin(kRows), std::end(kRows), [name](const Row& r) {
+        return r.name.size() == name.size() && r.name[0] == name[0] && r.name == name;
+    });
     return row != std::end(kRows) ? row : nullptr;
 }
 

@@ -74,11 +74,10 @@ std::string unescaped(std::string_view text) {
 }  // namespace
 
 PostScriptToken PostScriptScanner::next() {
-    skipBlanks();
-    if (position_ >= text_.size()) {
+    const std::size_t start = position_ = blanksEnd(position_);
+    if (start >= text_.size()) {
         return {};
     }
-    const std::size_t start = position_;
     switch (text_[start]) {
         case '/':
             return token(Kind::eName, start + 1, regularEnd(start + 1));
@@ -114,16 +113,19 @@ void PostScriptScanner::skipArray() {
     }
 }
 
-void PostScriptScanner::skipBlanks() {
-    while (position_ < text_.size()) {
-        if (text_[position_] == '%') {
-            position_ = std::min(text_.find_first_of("\r\n\f", position_), text_.size());
-        } else if (classOf(text_[position_]) == Class::eBlank) {
-            ++position_;
+// Behind blanks and comments.
+std::size_t PostScriptScanner::blanksEnd(std::size_t from) const {
+    const std::string_view text = text_;
+    while (from < text.size()) {
+        if (classOf(text[from]) == Class::eBlank) {
+            ++from;
+        } else if (text[from] == '%') {
+            from = std::min(text.find_first_of("\r\n\f", from), text.size());
         } else {
-            return;
+            break;
         }
     }
+    return from;
 }
 
 PostScriptToken PostScriptScanner::token(Kind kind, std::size_t first, std::size_t last) {
@@ -132,7 +134,8 @@ PostScriptToken PostScriptScanner::token(Kind kind, std::size_t first, std::size
 }
 
 std::size_t PostScriptScanner::regularEnd(std::size_t from) const {
-    while (from < text_.size() && classOf(text_[from]) == Class::eRegular) {
+    const std::string_view text = text_;
+    while (from < text.size() && classOf(text[from]) == Class::eRegular) {
         ++from;
     }
     return from;

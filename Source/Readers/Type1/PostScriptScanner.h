@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,12 @@ struct PostScriptToken {
     std::string_view text;
 
     bool is(Kind wanted) const { return kind == wanted; }
-    bool isWord(std::string_view word) const { return kind == Kind::eWord && text == word; }
+    /// For a literal, whose length the compiler knows: words are compared for every token.
+    template <std::size_t kSize>
+    bool isWord(const char (&word)[kSize]) const {
+        return kind == Kind::eWord && text.size() == kSize - 1 &&
+               std::memcmp(text.data(), word, kSize - 1) == 0;
+    }
 };
 
 /// Walks over the tokens of a PostScript program, any line ends, comments left out. Never fails and
@@ -44,10 +50,10 @@ class PostScriptScanner {
     std::optional<std::size_t> unclosedString() const { return unclosed_; }
 
   private:
-    void skipBlanks();
     PostScriptToken token(PostScriptToken::Kind kind, std::size_t first, std::size_t last);
     PostScriptToken string();
     PostScriptToken hexString();
+    std::size_t blanksEnd(std::size_t from) const;
     std::size_t regularEnd(std::size_t from) const;
 
     std::string_view text_;
