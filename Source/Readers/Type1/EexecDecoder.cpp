@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr std::uint16_t kFirstKey = 55665;
 constexpr unsigned kFactor = 52845;
 constexpr unsigned kSummand = 22719;
 constexpr std::size_t kDeciding = 4;
@@ -62,44 +61,43 @@ Lanes runningSums(Lanes lanes) {
 // byte after the other that costs a multiplication's latency each. But the factor has an inverse,
 // and key(i) * inverse^i is a plain sum: the first key plus (cipher(j) + summand * inverse) *
 // inverse^j of all bytes before. So eight keys are made side by side.
-class KeyStream {
-  public:
-    void decode(const std::uint8_t* cipher, std::uint8_t* clear, std::size_t count) {
-        while (count >= kLanes) {
-            const std::size_t tile = std::min(count, kTile) / kLanes * kLanes;
-            decodeTile(cipher, clear, tile);
-            cipher += tile;
-            clear += tile;
-            count -= tile;
-        }
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint8_t byte = cipher[i];
-            clear[i] = static_cast<std::uint8_t>(byte ^ key_ >> 8);
-            key_ = static_cast<std::uint16_t>((byte + key_) * kFactor + kSummand);
-        }
-    }
+constexpr auto kShift = static_cast<std::uint16_t>(kSummand * kInverse);
 
-  private:
-    // `count`: whole lanes, at most kTile.
-    void decodeTile(const std::uint8_t* cipher, std::uint8_t* clear, std::size_t count) {
-        constexpr auto kShift = static_cast<std::uint16_t>(kSummand * kInverse);
-        Lanes sum = Lanes{} + key_;
-        for (std::size_t i = 0; i < count; i += kLanes) {
-            LaneBytes bytes;
-            std::memcpy(&bytes, cipher + i, sizeof bytes);
-            const Lanes wide = __builtin_convertvector(bytes, Lanes);
-            const Lanes own = (wide + kShift) * lanesOf(&kInverses[i]);
-            const Lanes sums = runningSums(own);
-            const Lanes keys = (sum + sums - own) * lanesOf(&kFactors[i]);
-            sum += __builtin_shufflevector(sums, sums, 7, 7, 7, 7, 7, 7, 7, 7);
-            bytes = __builtin_convertvector(wide ^ keys >> 8, LaneBytes);
-            std::memcpy(clear + i, &bytes, sizeof bytes);
-        }
-        key_ = static_cast<std::uint16_t>(sum[0] * kFactors[count]);
-    }
+Lanes wideBytes(const std::uint8_t* from) {
+    LaneBytes bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return __builtin_convertvector(bytes, Lanes);
+}
 
-    std::uint16_t key_ = kFirstKey;
-};
+// The key behind `count` bytes, whole lanes and at most kTile.
+std::uint16_t decodeTile(std::uint16_t key, const std::uint8_t* cipher, std::uint8_t* clear,
+                         std::size_t count) {
+    Lanes sum = Lanes{} + key;
+    for (std::size_t i = 0; i < count; i += kLanes) {
+        const Lanes wide = wideBytes(cipher + i);
+        const Lanes own = (wide + kShift) * lanesOf(&kInverses[i]);
+        const Lanes sums = runningSums(own);
+        const Lanes keys = (sum + sums - own) * lanesOf(&kFactors[i]);
+        sum += __builtin_shufflevector(sums, sums, 7, 7, 7, 7, 7, 7, 7, 7);
+        const LaneBytes bytes = __builtin_convertvector(wide ^ keys >> 8, LaneBytes);
+        std::memcpy(clear + i, &bytes, sizeof bytes);
+    }
+    return static_cast<std::uint16_t>(sum[0] * kFactors[count]);
+}
+
+// The same without the bytes; `count`: any up to kTile.
+std::uint16_t skipTile(std::uint16_t key, const std::uint8_t* cipher, std::size_t count) {
+    Lanes sums{};
+    std::size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        sums += (wideBytes(cipher + i) + kShift) * lanesOf(&kInverses[i]);
+    }
+    unsigned sum = key;
+    for (; i < count; ++i) {
+        sum += (cipher[i] + unsigned{kShift}) * kInverses[i];
+    }
+    return static_cast<std::uint16_t>((sum + runningSums(sums)[kLanes - 1]) * kFactors[count]);
+}
 
 // The first four cipher bytes are not all hexadecimal digits in a binary part (chapter 7.2).
 bool isHexadecimal(std::string_view text) {
@@ -109,18 +107,68 @@ bool isHexadecimal(std::string_view text) {
 
 }  // namespace
 
-DecodedEexec::DecodedEexec(ByteView encrypted) {
+void EexecKeys::decode(const std::uint8_t* cipher, std::uint8_t* clear, std::size_t count) {
+    std::size_t done = 0;
+    while (count - done >= kLanes) {
+        const std::size_t tile = std::min(count - done, kTile) / kLanes * kLanes;
+        key_ = decodeTile(key_, cipher + done, clear + done, tile);
+        done += tile;
+    }
+    for (; done < count; ++done) {
+        const std::uint8_t byte = cipher[done];
+        clear[done] = static_cast<std::uint8_t>(byte ^ key_ >> 8);
+        key_ = static_cast<std::uint16_t>((byte + key_) * kFactor + kSummand);
+    }
+}
+
+void EexecKeys::skip(const std::uint8_t* cipher, std::size_t count) {
+    for (std::size_t done = 0; done < count; done += kTile) {
+        key_ = skipTile(key_, cipher + done, std::min(count - done, kTile));
+    }
+}
+
+DecodedEexec::DecodedEexec(ByteView encrypted) : cipher_(encrypted.data()) {
     const bool isText = isHexadecimal(encrypted.text());
     const std::size_t room = isText ? encrypted.size() / 2 + 1 : encrypted.size();
     bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(room);
     if (!isText) {
         size_ = encrypted.size();
-        KeyStream().decode(encrypted.data(), bytes_.get(), size_);
         return;
     }
     HexDigits digits(encrypted.text());
     while (const auto byte = digits.next()) {
         bytes_[size_++] = *byte;
     }
-    KeyStream().decode(bytes_.get(), bytes_.get(), size_);
+    cipher_ = bytes_.get();
+}
+
+void DecodedEexec::decodeTo(std::size_t end) {
+    end = std::min(end, size_);
+    if (end > decoded_) {
+        // A little more costs nothing: whole lanes are decoded side by side.
+        const std::size_t lanes = (end - decoded_ + kLanes - 1) / kLanes * kLanes;
+        const std::size_t count = std::min(lanes, size_ - decoded_);
+        keys_.decode(cipher_ + decoded_, bytes_.get() + decoded_, count);
+        decoded_ += count;
+    }
+}
+
+void DecodedEexec::skipTo(std::size_t end) {
+    if (end > decoded_) {
+        keys_.skip(cipher_ + decoded_, end - decoded_);
+        decoded_ = end;
+    }
+}
+
+std::size_t DecodedEexec::find(std::string_view word, std::size_t from) {
+    constexpr std::size_t kStep = 4096;
+    for (;;) {
+        const std::size_t place = text().substr(0, decoded_).find(word, from);
+        if (place != std::string_view::npos || decoded_ == size_) {
+            return place;
+        }
+        // The word may lie across the end of what was decoded.
+        from = std::max(from, decoded_ - std::min(decoded_, word.size() - 1));
+        decodeTo(decoded_ + kStep);
+    }
 }

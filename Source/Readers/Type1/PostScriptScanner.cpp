@@ -7,27 +7,13 @@
 #include <cstdint>
 
 #include "HexDigits.h"
+#include "PostScriptCharacters.h"
 
 namespace {
 
 using Kind = PostScriptToken::Kind;
 
-enum class Class : unsigned char { eRegular, eBlank, eDelimiter };
-
-constexpr std::array<Class, 256> kClasses = [] {
-    std::array<Class, 256> classes{};
-    for (const char c : {'\0', '\t', '\n', '\f', '\r', ' '}) {
-        classes[static_cast<unsigned char>(c)] = Class::eBlank;
-    }
-    for (const char c : {'(', ')', '<', '>', '[', ']', '{', '}', '/', '%'}) {
-        classes[static_cast<unsigned char>(c)] = Class::eDelimiter;
-    }
-    return classes;
-}();
-
-Class classOf(char c) {
-    return kClasses[static_cast<unsigned char>(c)];
-}
+using Class = PostScriptClass;
 
 bool isOctal(char c) {
     return c >= '0' && c <= '7';
@@ -117,7 +103,7 @@ void PostScriptScanner::skipArray() {
 std::size_t PostScriptScanner::blanksEnd(std::size_t from) const {
     const std::string_view text = text_;
     while (from < text.size()) {
-        if (classOf(text[from]) == Class::eBlank) {
+        if (postScriptClassOf(text[from]) == Class::eBlank) {
             ++from;
         } else if (text[from] == '%') {
             from = std::min(text.find_first_of("\r\n\f", from), text.size());
@@ -135,7 +121,7 @@ PostScriptToken PostScriptScanner::token(Kind kind, std::size_t first, std::size
 
 std::size_t PostScriptScanner::regularEnd(std::size_t from) const {
     const std::string_view text = text_;
-    while (from < text.size() && classOf(text[from]) == Class::eRegular) {
+    while (from < text.size() && postScriptClassOf(text[from]) == Class::eRegular) {
         ++from;
     }
     return from;
