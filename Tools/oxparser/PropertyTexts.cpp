@@ -34,6 +34,7 @@ ordered_json valueJson(const OxPropertyValue& value) {
     }
     ordered_json list = ordered_json::array();
     if (const OxPropertyValue::List* elements = value.list()) {
+        list.get_ref<ordered_json::array_t&>().reserve(elements->size());
         for (const OxPropertyValue& element : *elements) {
             list.push_back(valueJson(element));
         }
