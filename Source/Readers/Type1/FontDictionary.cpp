@@ -70,7 +70,9 @@ FontDictionary::FontDictionary(std::string_view clearText) : scanner_(clearText)
 void FontDictionary::read() {
     std::size_t procedures = 0;
     for (PostScriptToken token = scanner_.next(); !token.is(Kind::eEnd); token = scanner_.next()) {
-        if (token.isWord("eexec") || token.isWord("StartData")) {
+        if (token.isWord("dup") && procedures == 0) {
+            scanner_.skipEncodingEntry();
+        } else if (token.isWord("eexec") || token.isWord("StartData")) {
             return;
         }
         if (token.is(Kind::eProcedureBegin)) {

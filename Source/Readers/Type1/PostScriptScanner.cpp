@@ -99,6 +99,24 @@ void PostScriptScanner::skipArray() {
     }
 }
 
+void PostScriptScanner::skipEncodingEntry() {
+    constexpr std::string_view kPut = "put";
+    const std::size_t digits = blanksEnd(position_);
+    std::size_t at = digits;
+    while (at < text_.size() && text_[at] >= '0' && text_[at] <= '9') {
+        ++at;
+    }
+    const std::size_t slash = blanksEnd(at);
+    if (at == digits || slash >= text_.size() || text_[slash] != '/') {
+        return;
+    }
+    const std::size_t put = blanksEnd(regularEnd(slash + 1));
+    const std::size_t end = put + kPut.size();
+    if (text_.substr(std::min(put, text_.size()), kPut.size()) == kPut && regularEnd(end) == end) {
+        position_ = end;
+    }
+}
+
 // Behind blanks and comments.
 std::size_t PostScriptScanner::blanksEnd(std::size_t from) const {
     const std::string_view text = text_;

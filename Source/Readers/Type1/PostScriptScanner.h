@@ -42,6 +42,9 @@ class PostScriptScanner {
     /// Leaves out everything up to the bracket that closes the array whose opening bracket was the
     /// last token.
     void skipArray();
+    /// Leaves out the rest of an encoding's entry, `dup 32 /space put`, if the last token was the
+    /// first of one; fast, since most programs have 256.
+    void skipEncodingEntry();
 
     /// The offset behind the last token.
     std::size_t position() const { return position_; }
