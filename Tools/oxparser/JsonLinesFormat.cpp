@@ -43,9 +43,13 @@ std::string escapeLaterControls(std::string json) {
 }  // namespace
 
 void JsonLinesFormat::write(const Result& result) {
-    writeJsonOnly(result.json());
+    writeLine(result.jsonText());
 }
 
 void JsonLinesFormat::writeJsonOnly(const nlohmann::ordered_json& object) {
-    output_.write(escapeLaterControls(object.dump()) + "\n");
+    writeLine(object.dump());
+}
+
+void JsonLinesFormat::writeLine(std::string json) {
+    output_.write(escapeLaterControls(std::move(json)) + "\n");
 }
