@@ -82,7 +82,7 @@ std::uint16_t decodeTile(std::uint16_t key, const std::uint8_t* cipher, std::uin
         const LaneBytes bytes = __builtin_convertvector(wide ^ keys >> 8, LaneBytes);
         std::memcpy(clear + i, &bytes, sizeof bytes);
     }
-    return static_cast<std::uint16_t>(sum[0] * kFactors[count]);
+    return static_cast<std::uint16_t>(unsigned{sum[0]} * kFactors[count]);
 }
 
 // The same without the bytes; `count`: any up to kTile.

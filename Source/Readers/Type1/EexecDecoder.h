@@ -29,7 +29,7 @@ class DecodedEexec {
     explicit DecodedEexec(ByteView encrypted);
 
     std::size_t size() const { return size_; }
-    /// All bytes, of which those from decoded() on and those skipped hold anything.
+    /// As long as all bytes; those from decoded() on and those skipped are not set.
     std::string_view text() const { return {reinterpret_cast<const char*>(bytes_.get()), size_}; }
     std::size_t decoded() const { return decoded_; }
     /// Decodes what comes before `end`, or before the end of all.
