@@ -1,5 +1,6 @@
 #include "FontFoundryList.h"
 
+#include <bitset>
 #include <boost/filesystem/operations.hpp>
 #include <boost/tokenizer.hpp>
 #include <fstream>
@@ -10,6 +11,31 @@
 #include "Log.h"
 
 namespace {
+
+// Which pairs of characters a text has, roughly: of some that it has not it says so, too. Most
+// names on the list are ruled out without a search.
+class CharacterPairs {
+  public:
+    explicit CharacterPairs(const std::string& text) {
+        for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+            pairs_.set(slotOf(text, i));
+        }
+    }
+    bool mayHold(const std::string& name) const {
+        return name.size() < 2 || pairs_.test(slotOf(name, 0));
+    }
+
+  private:
+    static constexpr std::size_t kSlots = 4096;
+
+    static std::size_t slotOf(const std::string& text, std::size_t i) {
+        return (static_cast<unsigned char>(text[i]) * 31U +
+                static_cast<unsigned char>(text[i + 1])) %
+               kSlots;
+    }
+
+    std::bitset<kSlots> pairs_;
+};
 
 union ProcessLifetime {
     char nothing;
@@ -74,9 +100,10 @@ void FontFoundryList::LoadFoundryCodes(const std::string& path) {
 }
 
 std::string FontFoundryList::FindFoundryFromCopyright(const std::string& copyright) const {
+    const CharacterPairs pairs(copyright);
     const std::shared_lock lock(mutex_);
     for (const std::string& name : names_) {
-        if (copyright.find(name) != std::string::npos) {
+        if (pairs.mayHold(name) && copyright.find(name) != std::string::npos) {
             return name;
         }
     }

@@ -92,11 +92,22 @@ std::string fontTypeText(const OxFont& font) {
     return found == OxFont::_fontType.end() ? std::string() : found->second;
 }
 
-ordered_json FontResult::json() const {
+ordered_json FontResult::firstMembers() const {
     ordered_json attributes = ordered_json::object();
     for (const auto& [key, value] : font().attributes()) {
         attributes[toUtf8(key)] = toUtf8(value);
     }
+    const std::string& file = font().sourceFile().native();
+    ordered_json object = {{"record", "font"}, {"file", toUtf8(file)}};
+    if (!isUtf8(file)) {
+        object["fileBytes"] = hexText(file);
+    }
+    object["fontType"] = font().getFontType();
+    object["attributes"] = std::move(attributes);
+    return object;
+}
+
+ordered_json FontResult::lastMembers() const {
     ordered_json diagnostics = ordered_json::array();
     for (const FontDiagnostic& diagnostic : font().diagnostics()) {
         diagnostics.push_back(diagnosticJson(diagnostic));
@@ -109,16 +120,23 @@ ordered_json FontResult::json() const {
     for (const auto& [type, id] : font().resources()) {
         resources.push_back(resourceJson(type, id));
     }
-    const std::string& file = font().sourceFile().native();
-    ordered_json object = {{"record", "font"}, {"file", toUtf8(file)}};
-    if (!isUtf8(file)) {
-        object["fileBytes"] = hexText(file);
-    }
-    object["fontType"] = font().getFontType();
-    object["attributes"] = std::move(attributes);
-    addToJson(object);
+    ordered_json object = ordered_json::object();
     object["diagnostics"] = std::move(diagnostics);
     object["printerFontPaths"] = std::move(printerFonts);
     object["resources"] = std::move(resources);
     return object;
+}
+
+ordered_json FontResult::json() const {
+    ordered_json object = firstMembers();
+    addToJson(object);
+    object.update(lastMembers());
+    return object;
+}
+
+std::string FontResult::jsonText() const {
+    std::string text = firstMembers().dump();
+    text.back() = ',';
+    addToText(text);
+    return text.append(lastMembers().dump(), 1);
 }

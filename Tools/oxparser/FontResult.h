@@ -26,13 +26,19 @@ class FontResult : public Result {
     explicit FontResult(const boost::shared_ptr<const OxFont>& font) : font_(font) {}
 
     nlohmann::ordered_json json() const override;
+    std::string jsonText() const override;
 
   protected:
     /// What a reading adds behind the attributes.
     virtual void addToJson(nlohmann::ordered_json& /*object*/) const {}
+    /// The same as text, each member with a comma behind it.
+    virtual void addToText(std::string& /*json*/) const {}
     const OxFont& font() const { return *font_; }
     const boost::shared_ptr<const OxFont>& record() const { return font_; }
 
   private:
+    nlohmann::ordered_json firstMembers() const;
+    nlohmann::ordered_json lastMembers() const;
+
     const boost::shared_ptr<const OxFont> font_;
 };

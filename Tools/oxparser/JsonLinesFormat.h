@@ -11,5 +11,7 @@ class JsonLinesFormat : public ResultWriter {
     void writeJsonOnly(const nlohmann::ordered_json& object) override;
 
   private:
+    void writeLine(std::string json);
+
     Output& output_;
 };

@@ -11,6 +11,7 @@ class ModernResult : public FontResult {
 
   protected:
     void addToJson(nlohmann::ordered_json& object) const override;
+    void addToText(std::string& json) const override;
 };
 
 /// The name that keeps a family together: the typographic one where there is any.

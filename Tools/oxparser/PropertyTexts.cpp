@@ -34,6 +34,7 @@ ordered_json valueJson(const OxPropertyValue& value) {
     }
     ordered_json list = ordered_json::array();
     if (const OxPropertyValue::List* elements = value.list()) {
+        list.get_ref<ordered_json::array_t&>().reserve(elements->size());
         for (const OxPropertyValue& element : *elements) {
             list.push_back(valueJson(element));
         }
@@ -47,6 +48,59 @@ std::string numberText(double number) {
                                                      static_cast<std::int64_t>(number))
                                      : std::to_chars(std::begin(digits), std::end(digits), number);
     return {digits, end.ptr};
+}
+
+// The escapes that JSON (RFC 8259) asks for, as the library that writes the other members has them.
+void appendEscaped(std::string& json, unsigned char c) {
+    constexpr std::string_view kControls = "\b\t\n\f\r";
+    constexpr std::string_view kLetters = "btnfr";
+    json += '\\';
+    const std::size_t letter = kControls.find(static_cast<char>(c));
+    if (letter != kControls.npos) {
+        json += kLetters[letter];
+    } else if (c < 0x20) {
+        json += "u00";
+        json += "01"[c >> 4];
+        json += "0123456789abcdef"[c & 0xF];
+    } else {
+        json += static_cast<char>(c);
+    }
+}
+
+void appendJson(std::string& json, const std::string& bytes) {
+    const std::string text = toUtf8(bytes);
+    json += '"';
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c < 0x20 || c == '"' || c == '\\') {
+            json.append(text, done, i - done);
+            appendEscaped(json, c);
+            done = i + 1;
+        }
+    }
+    json.append(text, done);
+    json += '"';
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): as deep as a reader has nested its values
+void appendJson(std::string& json, const OxPropertyValue& value) {
+    if (const std::string* text = value.text()) {
+        appendJson(json, *text);
+    } else if (const OxProperties* object = value.object()) {
+        appendJson(json, *object);
+    } else if (const OxPropertyValue::List* elements = value.list()) {
+        json += '[';
+        for (const OxPropertyValue& element : *elements) {
+            json += &element == &elements->front() ? "" : ",";
+            appendJson(json, element);
+        }
+        json += ']';
+    } else if (const double* number = value.number(); number != nullptr && isWhole(*number)) {
+        json += numberText(*number);
+    } else {
+        json += valueJson(value).dump();
+    }
 }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as a reader has nested its values
@@ -78,6 +132,20 @@ ordered_json propertiesJson(const OxProperties& properties) {
         object[toUtf8(name)] = valueJson(value);
     }
     return object;
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): as deep as a reader has nested its values
+void appendJson(std::string& json, const OxProperties& properties) {
+    json += '{';
+    const char* comma = "";
+    for (const auto& [name, value] : properties) {
+        json += comma;
+        appendJson(json, name);
+        json += ':';
+        appendJson(json, value);
+        comma = ",";
+    }
+    json += '}';
 }
 
 std::string propertyText(const OxFont& font, std::string_view name) {

@@ -9,6 +9,8 @@
 /// All properties in their order; lists and objects as such. Whole numbers have no decimals, others
 /// the digits that tell them from their neighbours.
 nlohmann::ordered_json propertiesJson(const OxProperties& properties);
+/// Appends the same as text.
+void appendJson(std::string& json, const OxProperties& properties);
 
 /// A property as one text: numbers in decimal, "true" or "false", lists parted by blanks. Empty
 /// when the record has none of that name, and for an object.

@@ -42,6 +42,9 @@ class Result {
   public:
     virtual ~Result() = default;
     virtual nlohmann::ordered_json json() const = 0;
+    /// The same as text. Results of many values make it at once: a tree of them costs more than
+    /// reading the font did.
+    virtual std::string jsonText() const;
     virtual std::vector<Row> tableRows() const = 0;
     virtual std::vector<Row> csvRows() const = 0;
 

@@ -15,13 +15,18 @@ constexpr std::size_t kSlots = 16384;  // a power of two, so that the lookups ar
 constexpr std::uint16_t kEmpty = 0xFFFF;
 constexpr char32_t kLastCharacter = 0x10FFFF;
 
-constexpr std::uint32_t hashOf(std::string_view name) {
-    std::uint32_t hash = 0x811C9DC5;  // FNV-1a
-    for (const char c : name) {
-        hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x01000193;
+// FNV-1a of the characters before the first full stop, whose place it finds by the way.
+struct NameHash {
+    std::uint32_t hash = 0x811C9DC5;
+    std::size_t size = 0;
+
+    constexpr explicit NameHash(std::string_view name) {
+        for (; size < name.size() && name[size] != '.'; ++size) {
+            hash = (hash ^ static_cast<std::uint8_t>(name[size])) * 0x01000193;
+        }
+        hash ^= hash >> 15;
     }
-    return hash ^ hash >> 15;
-}
+};
 
 constexpr std::size_t textSize() {
     std::size_t size = 0;
@@ -44,20 +49,20 @@ class GlyphListIndex {
             for (const char c : name) {
                 text_[end++] = c;
             }
-            slots_[slotOf(name)] = static_cast<std::uint16_t>(i);
+            slots_[slotOf(name, NameHash(name).hash)] = static_cast<std::uint16_t>(i);
         }
         begins_[kNames] = static_cast<std::uint16_t>(end);
     }
 
-    constexpr char32_t find(std::string_view name) const {
-        const std::uint16_t index = slots_[slotOf(name)];
+    constexpr char32_t find(std::string_view name, std::uint32_t hash) const {
+        const std::uint16_t index = slots_[slotOf(name, hash)];
         return index == kEmpty ? 0 : characters_[index];
     }
 
   private:
     // The slot that holds the name, or the empty one where it would stand.
-    constexpr std::size_t slotOf(std::string_view name) const {
-        std::size_t slot = hashOf(name) % kSlots;
+    constexpr std::size_t slotOf(std::string_view name, std::uint32_t hash) const {
+        std::size_t slot = hash % kSlots;
         while (slots_[slot] != kEmpty && nameAt(slots_[slot]) != name) {
             slot = (slot + 1) % kSlots;
         }
@@ -100,8 +105,9 @@ char32_t characterOf(std::string_view digits) {
 }  // namespace
 
 char32_t glyphNameCharacter(std::string_view name) {
-    name = name.substr(0, name.find('.'));
-    if (const char32_t listed = kIndex.find(name)) {
+    const NameHash hashed(name);
+    name = name.substr(0, hashed.size);
+    if (const char32_t listed = kIndex.find(name, hashed.hash)) {
         return listed;
     }
     // Names of several components have a low line in them, which is no digit.

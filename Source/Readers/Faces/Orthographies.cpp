@@ -146,5 +146,13 @@ class Orthographies {
 std::vector<std::string> coveredLanguages(const CharacterSet& characters) {
     // Never destroyed: threads may still be reading when the process ends.
     static const Orthographies& orthographies = *new Orthographies;
-    return orthographies.coveredBy(characters);
+    // The fonts of a family, which mostly follow one another, have the same characters.
+    thread_local CharacterSet lastCharacters;
+    thread_local std::vector<std::string> lastLanguages;
+    if (characters.empty() || !(characters == lastCharacters)) {
+        lastCharacters = {};
+        lastLanguages = orthographies.coveredBy(characters);
+        lastCharacters = characters;
+    }
+    return lastLanguages;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "PostScriptCharacters.h"
 #include "PostScriptScanner.h"
 
 namespace {
@@ -33,19 +34,109 @@ bool skipCharString(PostScriptScanner& scanner, std::string_view text, CharStrin
     return true;
 }
 
-// Reads a dictionary from the number behind its name on; the scanner is then behind its end.
-CharStringNames readDictionary(PostScriptScanner& scanner, std::string_view text) {
-    CharStringNames found;
-    found.claimed = countIn(scanner.next().text);
-    if (!found.claimed || !scanner.next().isWord("dict")) {
-        return {};
+// Walks over what nearly all of a dictionary is, `/name 123 RD <123 bytes> ND`, and decodes all but
+// the charstrings. Anything else ends the walk: the scanner reads that.
+class PlainGlyphs {
+  public:
+    PlainGlyphs(DecodedEexec& program, std::size_t position)
+        : program_(program), text_(program.text()), position_(position) {}
+
+    /// What a dictionary claims to hold, `123 dict`; no move when it is written otherwise.
+    std::optional<std::size_t> head() {
+        std::size_t at = endOf(Class::eBlank, position_);
+        const std::string_view digits = wordAt(at);
+        at = endOf(Class::eBlank, at + digits.size());
+        const std::optional<std::size_t> claimed = countIn(digits);
+        if (!claimed || wordAt(at) != kDict) {
+            return std::nullopt;
+        }
+        position_ = at + kDict.size();
+        return claimed;
     }
-    found.found = true;
-    found.names.reserve(std::min(*found.claimed, kUsualGlyphs));
+    /// Moves behind the next glyph; false, and no move, when it is written otherwise.
+    bool next() {
+        std::size_t at = position_;
+        if (!moveToName(at)) {
+            return false;
+        }
+        name_ = wordAt(++at);
+        at = endOf(Class::eBlank, at + name_.size());
+        const std::string_view digits = wordAt(at);
+        const std::optional<std::size_t> length = countIn(digits);
+        at = endOf(Class::eBlank, at + digits.size());
+        const std::string_view reader = wordAt(at);
+        const std::size_t start = at + reader.size() + 1;
+        if (!length || reader.empty() || reader == "def" || start > text_.size() ||
+            *length > text_.size() - start) {
+            return false;
+        }
+        position_ = start + *length;
+        program_.skipTo(position_);
+        return true;
+    }
+    std::string_view name() const { return name_; }
+    std::size_t position() const { return position_; }
+
+  private:
+    using Class = PostScriptClass;
+    static constexpr std::string_view kDict = "dict";
+
+    // Over the words that store the charstring before.
+    bool moveToName(std::size_t& at) {
+        for (at = endOf(Class::eBlank, at); at < text_.size() && text_[at] != '/';
+             at = endOf(Class::eBlank, at)) {
+            const std::string_view word = wordAt(at);
+            if (word.empty() || word == "end") {
+                return false;
+            }
+            at += word.size();
+        }
+        return at < text_.size();
+    }
+    std::string_view wordAt(std::size_t at) {
+        return text_.substr(at, endOf(Class::eRegular, at) - at);
+    }
+    std::size_t endOf(Class wanted, std::size_t at) {
+        constexpr std::size_t kAhead = 24;  // most of what stands between two charstrings
+        for (;; ++at) {
+            if (at >= program_.decoded()) {
+                program_.decodeTo(at + kAhead);
+            }
+            if (at >= text_.size() || postScriptClassOf(text_[at]) != wanted) {
+                return at;
+            }
+        }
+    }
+
+    DecodedEexec& program_;
+    std::string_view text_;
+    std::size_t position_;
+    std::string_view name_;
+};
+
+// One that claims to hold so many glyphs; one that was not found without a claim.
+CharStringNames newDictionary(std::optional<std::size_t> claimed) {
+    CharStringNames found;
+    if (claimed) {
+        found.claimed = claimed;
+        found.found = true;
+        found.names.reserve(std::min(*claimed, kUsualGlyphs));
+    }
+    return found;
+}
+
+// Reads the head of a dictionary from the number behind its name on.
+CharStringNames readHead(PostScriptScanner& scanner) {
+    const std::optional<std::size_t> claimed = countIn(scanner.next().text);
+    return newDictionary(claimed && scanner.next().isWord("dict") ? claimed : std::nullopt);
+}
+
+// Reads the glyphs behind the head; the scanner is then behind the dictionary's end.
+void readGlyphs(PostScriptScanner& scanner, std::string_view text, CharStringNames& found) {
     for (PostScriptToken token = scanner.next(); !token.is(Kind::eEnd); token = scanner.next()) {
         if (token.isWord("end")) {
             found.ended = true;
-            return found;
+            return;
         }
         if (!token.is(Kind::eName)) {
             continue;
@@ -55,7 +146,12 @@ CharStringNames readDictionary(PostScriptScanner& scanner, std::string_view text
             found.names.push_back(name);
         }
     }
-    return found;
+}
+
+void keepFuller(CharStringNames& fullest, CharStringNames found) {
+    if (found.found && (!fullest.found || found.names.size() > fullest.names.size())) {
+        fullest = std::move(found);
+    }
 }
 
 }  // namespace
@@ -66,10 +162,34 @@ CharStringNames charStringNames(std::string_view text) {
     for (std::size_t place = text.find(kKey); place != text.npos;
          place = text.find(kKey, scanner.position())) {
         scanner.moveTo(place + kKey.size());
-        CharStringNames found = readDictionary(scanner, text);
-        if (found.found && (!fullest.found || found.names.size() > fullest.names.size())) {
-            fullest = std::move(found);
+        CharStringNames found = readHead(scanner);
+        if (found.found) {
+            readGlyphs(scanner, text, found);
         }
+        keepFuller(fullest, std::move(found));
+    }
+    return fullest;
+}
+
+CharStringNames charStringNames(DecodedEexec& program) {
+    CharStringNames fullest;
+    PostScriptScanner scanner(program.text());
+    for (std::size_t place = program.find(kKey, 0); place != std::string_view::npos;
+         place = program.find(kKey, scanner.position())) {
+        PlainGlyphs plain(program, place + kKey.size());
+        CharStringNames found = newDictionary(plain.head());
+        while (found.found && plain.next()) {
+            found.names.push_back(plain.name());
+        }
+        program.decodeTo(program.size());
+        scanner.moveTo(plain.position());
+        if (!found.found) {
+            found = readHead(scanner);
+        }
+        if (found.found) {
+            readGlyphs(scanner, program.text(), found);
+        }
+        keepFuller(fullest, std::move(found));
     }
     return fullest;
 }

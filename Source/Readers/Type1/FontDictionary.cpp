@@ -56,8 +56,10 @@ const FontDictionary::Row* FontDictionary::rowOf(std::string_view name) {
     if (name.size() < kShortest) {  // the glyph names of an encoding
         return nullptr;
     }
-    const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
-                                   [name](const Row& r) { return r.name == name; });
+    // Most names are those of glyphs: the first character and the length tell without a comparison.
+    const auto* row = std::find_if(std::begin(kRows), std::end(kRows), [name](const Row& r) {
+        return r.name.size() == name.size() && r.name[0] == name[0] && r.name == name;
+    });
     return row != std::end(kRows) ? row : nullptr;
 }
 
@@ -68,7 +70,9 @@ FontDictionary::FontDictionary(std::string_view clearText) : scanner_(clearText)
 void FontDictionary::read() {
     std::size_t procedures = 0;
     for (PostScriptToken token = scanner_.next(); !token.is(Kind::eEnd); token = scanner_.next()) {
-        if (token.isWord("eexec") || token.isWord("StartData")) {
+        if (token.isWord("dup") && procedures == 0) {
+            scanner_.skipEncodingEntry();
+        } else if (token.isWord("eexec") || token.isWord("StartData")) {
             return;
         }
         if (token.is(Kind::eProcedureBegin)) {

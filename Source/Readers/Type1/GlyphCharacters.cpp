@@ -29,9 +29,11 @@ void GlyphCharacters::addTo(Face& face) const {
     if (face.context().details.coverage && !characters_.empty()) {
         face.set("coverage", characters_.ranges());
     }
+    std::vector<std::string> names = coveredLanguages(characters_);
     OxPropertyValue::List languages;
-    for (std::string& language : coveredLanguages(characters_)) {
-        languages.emplace_back(std::move(language));
+    languages.reserve(names.size());
+    for (std::string& name : names) {
+        languages.emplace_back(std::move(name));
     }
     face.set("languages", std::move(languages));
 }

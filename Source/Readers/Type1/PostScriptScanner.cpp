@@ -7,27 +7,13 @@
 #include <cstdint>
 
 #include "HexDigits.h"
+#include "PostScriptCharacters.h"
 
 namespace {
 
 using Kind = PostScriptToken::Kind;
 
-enum class Class : unsigned char { eRegular, eBlank, eDelimiter };
-
-constexpr std::array<Class, 256> kClasses = [] {
-    std::array<Class, 256> classes{};
-    for (const char c : {'\0', '\t', '\n', '\f', '\r', ' '}) {
-        classes[static_cast<unsigned char>(c)] = Class::eBlank;
-    }
-    for (const char c : {'(', ')', '<', '>', '[', ']', '{', '}', '/', '%'}) {
-        classes[static_cast<unsigned char>(c)] = Class::eDelimiter;
-    }
-    return classes;
-}();
-
-Class classOf(char c) {
-    return kClasses[static_cast<unsigned char>(c)];
-}
+using Class = PostScriptClass;
 
 bool isOctal(char c) {
     return c >= '0' && c <= '7';
@@ -74,11 +60,10 @@ std::string unescaped(std::string_view text) {
 }  // namespace
 
 PostScriptToken PostScriptScanner::next() {
-    skipBlanks();
-    if (position_ >= text_.size()) {
+    const std::size_t start = position_ = blanksEnd(position_);
+    if (start >= text_.size()) {
         return {};
     }
-    const std::size_t start = position_;
     switch (text_[start]) {
         case '/':
             return token(Kind::eName, start + 1, regularEnd(start + 1));
@@ -114,16 +99,37 @@ void PostScriptScanner::skipArray() {
     }
 }
 
-void PostScriptScanner::skipBlanks() {
-    while (position_ < text_.size()) {
-        if (text_[position_] == '%') {
-            position_ = std::min(text_.find_first_of("\r\n\f", position_), text_.size());
-        } else if (classOf(text_[position_]) == Class::eBlank) {
-            ++position_;
+void PostScriptScanner::skipEncodingEntry() {
+    constexpr std::string_view kPut = "put";
+    const std::size_t digits = blanksEnd(position_);
+    std::size_t at = digits;
+    while (at < text_.size() && text_[at] >= '0' && text_[at] <= '9') {
+        ++at;
+    }
+    const std::size_t slash = blanksEnd(at);
+    if (at == digits || slash >= text_.size() || text_[slash] != '/') {
+        return;
+    }
+    const std::size_t put = blanksEnd(regularEnd(slash + 1));
+    const std::size_t end = put + kPut.size();
+    if (text_.substr(std::min(put, text_.size()), kPut.size()) == kPut && regularEnd(end) == end) {
+        position_ = end;
+    }
+}
+
+// Behind blanks and comments.
+std::size_t PostScriptScanner::blanksEnd(std::size_t from) const {
+    const std::string_view text = text_;
+    while (from < text.size()) {
+        if (postScriptClassOf(text[from]) == Class::eBlank) {
+            ++from;
+        } else if (text[from] == '%') {
+            from = std::min(text.find_first_of("\r\n\f", from), text.size());
         } else {
-            return;
+            break;
         }
     }
+    return from;
 }
 
 PostScriptToken PostScriptScanner::token(Kind kind, std::size_t first, std::size_t last) {
@@ -132,7 +138,8 @@ PostScriptToken PostScriptScanner::token(Kind kind, std::size_t first, std::size
 }
 
 std::size_t PostScriptScanner::regularEnd(std::size_t from) const {
-    while (from < text_.size() && classOf(text_[from]) == Class::eRegular) {
+    const std::string_view text = text_;
+    while (from < text.size() && postScriptClassOf(text[from]) == Class::eRegular) {
         ++from;
     }
     return from;

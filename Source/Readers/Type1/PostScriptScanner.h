@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,12 @@ struct PostScriptToken {
     std::string_view text;
 
     bool is(Kind wanted) const { return kind == wanted; }
-    bool isWord(std::string_view word) const { return kind == Kind::eWord && text == word; }
+    /// For a literal, whose length the compiler knows: words are compared for every token.
+    template <std::size_t kSize>
+    bool isWord(const char (&word)[kSize]) const {
+        return kind == Kind::eWord && text.size() == kSize - 1 &&
+               std::memcmp(text.data(), word, kSize - 1) == 0;
+    }
 };
 
 /// Walks over the tokens of a PostScript program, any line ends, comments left out. Never fails and
@@ -36,6 +42,9 @@ class PostScriptScanner {
     /// Leaves out everything up to the bracket that closes the array whose opening bracket was the
     /// last token.
     void skipArray();
+    /// Leaves out the rest of an encoding's entry, `dup 32 /space put`, if the last token was the
+    /// first of one; fast, since most programs have 256.
+    void skipEncodingEntry();
 
     /// The offset behind the last token.
     std::size_t position() const { return position_; }
@@ -44,10 +53,10 @@ class PostScriptScanner {
     std::optional<std::size_t> unclosedString() const { return unclosed_; }
 
   private:
-    void skipBlanks();
     PostScriptToken token(PostScriptToken::Kind kind, std::size_t first, std::size_t last);
     PostScriptToken string();
     PostScriptToken hexString();
+    std::size_t blanksEnd(std::size_t from) const;
     std::size_t regularEnd(std::size_t from) const;
 
     std::string_view text_;

@@ -115,8 +115,7 @@ void addCharacters(Face& face, const std::vector<std::string_view>& names,
     }
 }
 
-void addGlyphs(Face& face, std::string_view text, const std::string& encoding) {
-    const CharStringNames glyphs = charStringNames(text);
+void addGlyphs(Face& face, const CharStringNames& glyphs, const std::string& encoding) {
     if (!glyphs.found) {
         face.find(kNoCharStrings, "");
         return;
@@ -137,17 +136,20 @@ void addEncryptedPart(Face& face, const ProgramParts& parts, const std::string& 
     if (parts.encrypted().empty()) {
         face.find(kNoEexec, "");
         if (parts.clear().text().find("/CharStrings") != std::string_view::npos) {
-            addGlyphs(face, parts.clear().text(), encoding);
+            addGlyphs(face, charStringNames(parts.clear().text()), encoding);
         }
         return;
     }
-    const std::string text = decodedEexec(parts.encrypted());
-    if (text.find("/Private") == std::string::npos &&
-        text.find("/CharStrings") == std::string::npos) {
+    DecodedEexec decoded(parts.encrypted());
+    const CharStringNames glyphs = charStringNames(decoded);
+    // Without a dictionary all of the text is there.
+    const std::string_view text = decoded.text();
+    if (!glyphs.found && text.find("/Private") == text.npos &&
+        text.find("/CharStrings") == text.npos) {
         face.find(kNotDecoded, "");
         return;
     }
-    addGlyphs(face, text, encoding);
+    addGlyphs(face, glyphs, encoding);
 }
 
 void setType(Face& face, bool segmented, const FontDictionary& dictionary) {
@@ -193,7 +195,8 @@ void readType42(ByteView program, FaceContext& context, FontFaces& faces) {
     if (!dictionary.has(Key::eSfnts)) {
         face.find(kNoSfnts, "");
     }
-    addGlyphs(face, program.text(), addEncoding(face, dictionary));
+    const std::string encoding = addEncoding(face, dictionary);
+    addGlyphs(face, charStringNames(program.text()), encoding);
     addMetrics(face);
 }
 

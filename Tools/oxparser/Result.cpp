@@ -1,0 +1,7 @@
+#include "Result.h"
+
+#include <nlohmann/json.hpp>
+
+std::string Result::jsonText() const {
+    return json().dump();
+}
