@@ -32,6 +32,18 @@ void addFinding(OxFont& font, int code, const std::string& detail) {
     font.addDiagnostic(findingRow(code)->severity, code, detail);
 }
 
+// What a font is and what it is named, as "type1 in pfb, named .pfm".
+std::string kindAndName(const OxFont& font, const fs::path& file) {
+    std::string kind;
+    for (const char* name : {"format", "container"}) {
+        const OxPropertyValue* value = font.properties().find(name);
+        if (value != nullptr && value->text() != nullptr) {
+            kind += (kind.empty() ? "" : " in ") + *value->text();
+        }
+    }
+    return kind + (kind.empty() ? "" : ", ") + "named " + file.extension().string();
+}
+
 using Reader = void (*)(ByteView file, FaceContext& context, FontFaces& faces);
 
 Reader readerOf(FontFormat format) {
@@ -153,7 +165,7 @@ void FileLook::read(const ReadingDetails& details, FontFaces& faces) {
             fill();
             readFont(whole_, details, faces);
             if (extensionDisagrees(path_, format_, start())) {
-                addFinding(faces.front(), kOtherExtension, path_.extension().string());
+                addFinding(faces.front(), kOtherExtension, kindAndName(faces.front(), path_));
             }
             break;
         case Kind::eContainedFont:
@@ -192,7 +204,7 @@ void FileLook::readMac(const ReadingDetails& details, FontFaces& faces) {
         addNoFont(faces);
     } else if (!faces.empty() && mac_.kind == MacFile::Kind::eFonts &&
                extensionDisagreesWithMacFont(path_)) {
-        addFinding(faces.front(), kOtherExtension, path_.extension().string());
+        addFinding(faces.front(), kOtherExtension, kindAndName(faces.front(), path_));
     }
 }
 
