@@ -60,14 +60,21 @@ std::string styleInFullName(const OxFont& font) {
     return fullName.starts_with(family) ? fullName.substr(family.size()) : std::string();
 }
 
+// Of a strike only its style word is known.
+std::string styleOfStrike(const OxFont& font) {
+    const bool bold = propertyText(font, "weight") == "700";
+    const bool italic = propertyText(font, "italic") == "true";
+    return bold && italic ? "Bold Italic" : bold ? "Bold" : italic ? "Italic" : "";
+}
+
 std::string styleText(const OxFont& font) {
     const std::string typographic = propertyText(font, "typographicStyle");
     std::string style = typographic.empty() ? propertyText(font, "style") : typographic;
-    if (style.empty()) {
-        style = styleInFullName(font);
-    }
     const std::string size = propertyText(font, "size");
-    return size.empty() ? style : style + (style.empty() ? "" : " ") + size + " pt";
+    if (style.empty()) {
+        style = size.empty() ? styleInFullName(font) : styleOfStrike(font);
+    }
+    return size.empty() ? style : size + " pt" + (style.empty() ? "" : " ") + style;
 }
 
 /// The codes of some records, each once, the worst first, then as they were met.
