@@ -7,10 +7,27 @@
 
 namespace fs = boost::filesystem;
 
+namespace {
+
+// How well a record tells the family and foundry of its set. Strikes and metrics name few of them.
+int meritOf(const OxFont& font) {
+    if (font.getAttribute(eFamilyname).empty()) {
+        return 0;
+    }
+    const OxPropertyValue* format = font.properties().find("format");
+    const std::string* name = format == nullptr ? nullptr : format->text();
+    const bool isProgram = name != nullptr && *name != "metrics" && *name != "bitmap";
+    const std::string foundry = font.getAttribute(eFoundry);
+    const bool isKnownFoundry = !foundry.empty() && foundry != "Unknown";
+    return 1 + (isProgram ? 2 : 0) + (isKnownFoundry ? 1 : 0);
+}
+
+}  // namespace
+
 void PlacementPlan::add(const OxFont& font) {
     const std::size_t number = records_.size();
     const std::string name = font.getAttribute(eFileName);
-    Record record{SlimRecord(font), kNone, kNone, {}};
+    Record record{SlimRecord(font), kNone, kNone, meritOf(font), {}};
     if (!name.empty()) {
         const fs::path source = fs::path(font.getAttribute(eFontFilePath)) / name;
         record.file = fileNumber(source);
@@ -32,17 +49,10 @@ void PlacementPlan::add(const OxFont& font) {
 }
 
 void PlacementPlan::decide() {
-    for (std::size_t file = 0; file < files_.size(); ++file) {
-        decideFolder(file);
-        files_[file].set = file;
-    }
+    joinPartners();
+    chooseFolders();
     listSteps();
     spellFolders();
-    for (const Record& record : records_) {
-        for (const std::size_t partner : record.partners) {
-            join(record.file, partner);
-        }
-    }
     listSets();
 }
 
@@ -105,34 +115,32 @@ std::size_t PlacementPlan::folderNumber(const fs::path& folder) {
     return entry->second;
 }
 
-// Goes from file to naming file until one has a folder, is named by none, or has been passed: then
-// these name each other in a ring.
-void PlacementPlan::decideFolder(std::size_t file) {
-    constexpr std::size_t kPassed = kNone - 1;
-    std::vector<std::size_t> passed;
-    while (files_[file].folder == kNone) {
-        passed.push_back(file);
-        files_[file].folder = kPassed;
-        if (files_[file].namer == kNone) {
-            break;
+void PlacementPlan::joinPartners() {
+    for (std::size_t file = 0; file < files_.size(); ++file) {
+        files_[file].set = file;
+    }
+    for (const Record& record : records_) {
+        for (const std::size_t partner : record.partners) {
+            const std::size_t one = representative(record.file);
+            const std::size_t other = representative(partner);
+            files_[std::max(one, other)].set = std::min(one, other);
         }
-        file = records_[files_[file].namer].file;
     }
-    if (passed.empty()) {
-        return;
+}
+
+void PlacementPlan::chooseFolders() {
+    std::vector<std::size_t> best(files_.size(), kNone);  // by the set's representative
+    for (std::size_t number = 0; number < records_.size(); ++number) {
+        if (records_[number].file == kNone) {
+            continue;
+        }
+        std::size_t& known = best[representative(records_[number].file)];
+        if (known == kNone || records_[number].merit > records_[known].merit) {
+            known = number;
+        }
     }
-    std::size_t folder = files_[file].folder;
-    if (folder == kPassed) {
-        const auto ring = std::find(passed.begin(), passed.end(), file);
-        const auto recordOfFile = [this](std::size_t each) { return files_[each].firstRecord; };
-        const auto first =
-            std::min_element(ring, passed.end(), [&recordOfFile](std::size_t a, std::size_t b) {
-                return recordOfFile(a) < recordOfFile(b);
-            });
-        folder = records_[recordOfFile(*first)].ownFolder;
-    }
-    for (const std::size_t each : passed) {
-        files_[each].folder = folder;
+    for (std::size_t file = 0; file < files_.size(); ++file) {
+        files_[file].folder = records_[best[representative(file)]].ownFolder;
     }
 }
 
@@ -142,14 +150,6 @@ std::size_t PlacementPlan::representative(std::size_t file) {
         file = files_[file].set;
     }
     return file;
-}
-
-void PlacementPlan::join(std::size_t file, std::size_t partner) {
-    if (files_[file].folder == files_[partner].folder) {
-        const std::size_t one = representative(file);
-        const std::size_t other = representative(partner);
-        files_[std::max(one, other)].set = std::min(one, other);
-    }
 }
 
 void PlacementPlan::listSets() {

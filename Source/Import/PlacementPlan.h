@@ -15,9 +15,10 @@
 /// Which folder each file of an import goes to, once all records are known, so that what belongs
 /// together stays together.
 ///
-/// A file goes where the first record that names it as a partner goes, else where its own first
-/// face belongs. Of files that name each other, the first record's face decides. Partners that go
-/// to one folder are a set.
+/// Files that name each other as partners, directly or through others, are a set and go to one
+/// folder; a file without partners is a set by itself. The folder is that of the set's best record:
+/// the first of a font program that has a family and a known foundry, else of one that has a
+/// family; else the first strike or metrics file with a family, likewise; else the first record.
 ///
 /// Records and files are known by their numbers, in the order in which they were met.
 class PlacementPlan {
@@ -64,23 +65,24 @@ class PlacementPlan {
         SlimRecord slim;
         std::size_t file;
         std::size_t ownFolder;  // where it alone would go
+        int merit;              // of its set's records the best decides
         std::vector<std::size_t> partners;
     };
     struct File {
         boost::filesystem::path source;
         std::size_t firstRecord = kNone;  // made from it
         std::size_t namer = kNone;        // the first other file's record that names it
-        std::size_t folder = kNone;
-        std::size_t set = kNone;  // a file of the same set; the representative's is its own
+        std::size_t folder = kNone;       // its set's
+        std::size_t set = kNone;          // a file of the same set; the representative's is its own
     };
 
     std::size_t fileNumber(const boost::filesystem::path& source);
     std::size_t folderNumber(const boost::filesystem::path& folder);
-    void decideFolder(std::size_t file);
+    void joinPartners();
+    void chooseFolders();
     void spellFolders();
     void listSteps();
     std::size_t representative(std::size_t file);
-    void join(std::size_t file, std::size_t partner);
     void listSets();
 
     Layout layout_;

@@ -22,6 +22,10 @@ constexpr std::size_t kLongestExtension = 16;
 constexpr std::string_view kReplaced = "/\\:*?\"<>|";
 constexpr std::string_view kNotInFront = ".- ";
 constexpr std::string_view kNotAtEnd = ". ";
+// Embeddings, overrides and isolates of the Unicode Bidirectional Algorithm, the zero width space
+// and the byte order mark; the joiners are needed in many scripts.
+constexpr std::string_view kHidden[] = {"\u202A", "\u202B", "\u202C", "\u202D", "\u202E", "\u2066",
+                                        "\u2067", "\u2068", "\u2069", "\u200B", "\uFEFF"};
 // Windows, "Naming Files, Paths, and Namespaces".
 constexpr std::string_view kDevices[] = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
 constexpr std::string_view kNumberedDevices[] = {"COM", "LPT"};
@@ -67,9 +71,21 @@ std::string normalised(std::string_view text) {
     return mapped(cut(utf8, kMostBytesLookedAt), 0);
 }
 
+// Bytes of the character at the front when it is not seen and only turns what stands behind it, so
+// that a name would not look like what it is.
+std::size_t hiddenCharacter(std::string_view text) {
+    const auto isHidden = [text](std::string_view one) { return text.starts_with(one); };
+    return std::any_of(std::begin(kHidden), std::end(kHidden), isHidden) ? kHidden[0].size() : 0;
+}
+
 std::string withoutBadCharacters(std::string_view text) {
     std::string good;
     for (std::size_t i = 0; i < text.size(); ++i) {
+        if (const std::size_t hidden = hiddenCharacter(text.substr(i)); hidden > 0) {
+            good += '_';
+            i += hidden - 1;
+            continue;
+        }
         const auto byte = static_cast<unsigned char>(text[i]);
         // U+0080 to U+009F are control characters, too.
         const bool isLateControl =

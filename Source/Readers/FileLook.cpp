@@ -28,6 +28,18 @@ const LogChannel& log() {
     return channel;
 }
 
+// What a font is and what it is named, as "type1 in pfb, named .pfm".
+std::string kindAndName(const OxFont& font, const fs::path& file) {
+    std::string kind;
+    for (const char* name : {"format", "container"}) {
+        const OxPropertyValue* value = font.properties().find(name);
+        if (value != nullptr && value->text() != nullptr) {
+            kind += (kind.empty() ? "" : " in ") + *value->text();
+        }
+    }
+    return kind + (kind.empty() ? "" : ", ") + "named " + file.extension().string();
+}
+
 using Reader = void (*)(ByteView file, FaceContext& context, FontFaces& faces);
 
 Reader readerOf(FontFormat format) {
@@ -185,7 +197,7 @@ void FileLook::read(const ReadingDetails& details, FontFaces& faces) {
             fill();
             readFont(whole_, details, faces);
             if (extensionDisagrees(path_, format_, start())) {
-                addFinding(faces.front(), kOtherExtension, path_.extension().string());
+                addFinding(faces.front(), kOtherExtension, kindAndName(faces.front(), path_));
             }
             break;
         case Kind::eContainedFont:
@@ -234,7 +246,7 @@ void FileLook::readMac(const ReadingDetails& details, FontFaces& faces) {
         addNoFont(faces);
     } else if (!faces.empty() && mac_.kind == MacFile::Kind::eFonts &&
                extensionDisagreesWithMacFont(path_)) {
-        addFinding(faces.front(), kOtherExtension, path_.extension().string());
+        addFinding(faces.front(), kOtherExtension, kindAndName(faces.front(), path_));
     }
 }
 

@@ -100,6 +100,9 @@ class RecognitionTest(ModernTest):
                     self.assertEqual(
                         self.codes(found).count(OTHER_KIND),
                         self.names_another_kind(told, kind), self.codes(found))
+                    if self.names_another_kind(told, kind):
+                        self.assertIn(f"{form} in {container}, named .{name.rpartition('.')[2]}",
+                                      [each["text"] for each in found["diagnostics"]])
 
     def names_another_kind(self, told, kind):
         """An .otf may have either outlines, a .t1 either form, a .ttf no PostScript outlines."""

@@ -10,17 +10,22 @@
 
 namespace {
 
+constexpr std::size_t kMostCodes = 8;    // that a summary spells out
+constexpr int kRoomForContainers = 110;  // columns of a terminal
+
 ResultShape scanShape() {
     ResultShape shape;
     shape.table = {
         {"STATE", 7, 7, 0, 0},
-        {"FORMAT", 8, 18, 2, 0},
-        {"FAMILY", 16, 34, 6, 0},
-        {"STYLE", 9, 22, 3, 0},
+        // A format is never cut: where there is no room for the container, it is left out.
+        {"FORMAT", 8, 8, 0, 0, Align::eLeft, Cut::eEnd, kRoomForContainers},
+        {"FORMAT", 19, 19, 0, kRoomForContainers},
+        {"FAMILY", 17, 34, 4, 0},
+        {"STYLE", 12, 22, 2, 0},
         {"WEIGHT", 6, 6, 0, 100, Align::eRight},
         {"FOUNDRY", 12, 24, 3, 120},
-        {"FINDINGS", 8, 23, 2, 0},
-        {"FILE", 20, 1000, 9, 0, Align::eLeft, Cut::eStart},
+        {"FINDINGS", 8, 23, 6, 0},
+        {"FILE", 18, 1000, 9, 0, Align::eLeft, Cut::eStart},
     };
     shape.csv = {"state",      "file",       "format",         "container", "index",     "family",
                  "style",      "fullName",   "postscriptName", "version",   "weight",    "width",
@@ -28,6 +33,11 @@ ResultShape scanShape() {
                  "codepoints", "languages",  "size",           "errors",    "warnings",  "notes",
                  "codes",      "fingerprint"};
     return shape;
+}
+
+std::string shortFormatText(const OxFont& font) {
+    const std::string format = propertyText(font, "format");
+    return format.empty() ? propertyText(font, "container") : format;
 }
 
 // Containers that are what the format is ordinarily kept in, so they are not worth a word.
@@ -43,11 +53,28 @@ std::string formatText(const OxFont& font) {
     return format.empty() ? container : format + "/" + container;
 }
 
+// Type 1 states no style, but "Charter Bold Italic" of the family "Charter" is bold italic.
+std::string styleInFullName(const OxFont& font) {
+    const std::string family = familyName(font) + " ";
+    const std::string fullName = propertyText(font, "fullName");
+    return fullName.starts_with(family) ? fullName.substr(family.size()) : std::string();
+}
+
+// Of a strike only its style word is known.
+std::string styleOfStrike(const OxFont& font) {
+    const bool bold = propertyText(font, "weight") == "700";
+    const bool italic = propertyText(font, "italic") == "true";
+    return bold && italic ? "Bold Italic" : bold ? "Bold" : italic ? "Italic" : "";
+}
+
 std::string styleText(const OxFont& font) {
     const std::string typographic = propertyText(font, "typographicStyle");
-    const std::string style = typographic.empty() ? propertyText(font, "style") : typographic;
+    std::string style = typographic.empty() ? propertyText(font, "style") : typographic;
     const std::string size = propertyText(font, "size");
-    return size.empty() ? style : style + (style.empty() ? "" : " ") + size + " pt";
+    if (style.empty()) {
+        style = size.empty() ? styleInFullName(font) : styleOfStrike(font);
+    }
+    return size.empty() ? style : size + " pt" + (style.empty() ? "" : " ") + style;
 }
 
 /// The codes of some records, each once, the worst first, then as they were met.
@@ -70,6 +97,13 @@ class CodeList {
         }
         return joined;
     }
+    // The worst, and how many others there are.
+    std::string brief() const {
+        const std::string all = text();
+        return known_.size() < 2
+                   ? all
+                   : all.substr(0, all.find(' ')) + " +" + std::to_string(known_.size() - 1);
+    }
 
   private:
     std::set<int> known_;
@@ -86,12 +120,13 @@ class ModernScanResult : public ModernResult {
     std::vector<Row> tableRows() const override {
         return {{
             {stateName(worst_), markOf(worst_)},
+            {shortFormatText(font())},
             {formatText(font())},
             {familyName(font())},
             {strikes_ > 1 ? counted(strikes_, "strike") : styleText(font())},
             {strikes_ > 1 ? std::string() : propertyText(font(), "weight")},
             {propertyText(font(), "foundry")},
-            {findingsText(), markOf(worst_)},
+            {findingsText(), markOf(worst_), briefFindings()},
             {font().sourceFile().string()},
         }};
     }
@@ -141,6 +176,10 @@ class ModernScanResult : public ModernResult {
         }
         return codes + " " + font().diagnostics().front().text;
     }
+    std::string briefFindings() const {
+        const bool isFont = worst_ != FontState::eNoFont;
+        return isFont ? codes_.brief() : font().diagnostics().front().text;
+    }
 
     int strikes_ = 1;  // that this line stands for
     FontState worst_;
@@ -158,6 +197,12 @@ ResultShape ModernScan::shape() const {
 std::unique_ptr<Result> ModernScan::result(const ScanSession::Record& font) {
     const FontState state = stateOf(*font);
     ++states_[state];
+    std::set<int> met;
+    for (const FontDiagnostic& diagnostic : font->diagnostics()) {
+        Code& code = codes_[diagnostic.code];
+        code.faces += met.insert(diagnostic.code).second ? 1 : 0;
+        code.worst = std::min(code.worst, markOf(diagnostic.type));
+    }
     if (state != FontState::eNoFont) {
         const std::string format = propertyText(*font, "format");
         ++faces_;
@@ -180,7 +225,8 @@ std::string ModernScan::summary(const ScanSummary& summary) const {
     if (summary.cancelled) {
         text += " (ended early after " + counted(summary.filesParsed, "file") + ")";
     }
-    for (const std::string& line : {statesText(), noFontsText(summary), adviceText()}) {
+    for (const std::string& line :
+         {statesText(), noFontsText(summary), codesText(), adviceText()}) {
         text += line.empty() ? "" : "\n" + line;
     }
     return text;
@@ -214,6 +260,22 @@ std::string ModernScan::noFontsText(const ScanSummary& summary) const {
     }
     return text + ", though " + std::to_string(named->second) +
            (named->second == 1 ? " has" : " have") + " a font's name";
+}
+
+// What the codes in the table say: the gravest first, of those the most frequent.
+std::string ModernScan::codesText() const {
+    std::vector<std::pair<int, Code>> sorted(codes_.begin(), codes_.end());
+    std::ranges::stable_sort(sorted, {}, [](const auto& entry) {
+        return std::pair(entry.second.worst, -entry.second.faces);
+    });
+    std::string text;
+    for (std::size_t i = 0; i < std::min(sorted.size(), kMostCodes); ++i) {
+        const auto& [number, code] = sorted[i];
+        text += std::string(i == 0 ? "" : "\n") + "  " + std::to_string(code.faces) + " with " +
+                std::to_string(number) + ": " + describe({eNote, number, {}});
+    }
+    const int others = static_cast<int>(sorted.size()) - static_cast<int>(kMostCodes);
+    return others > 0 ? text + "\n  and " + counted(others, "code") + " more" : text;
 }
 
 std::string ModernScan::adviceText() const {

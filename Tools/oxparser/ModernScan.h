@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "FontDiagnostic.h"
 #include "FontReport.h"
 #include "FontState.h"
 
@@ -21,6 +22,7 @@ class ModernScan : public FontReport {
     std::string facesText() const;
     std::string statesText() const;
     std::string noFontsText(const ScanSummary& summary) const;
+    std::string codesText() const;
     std::string adviceText() const;
 
     const bool unfolded_;
@@ -29,4 +31,9 @@ class ModernScan : public FontReport {
     boost::filesystem::path file_;        // the last of them
     std::map<std::string, int> formats_;  // faces by format
     std::map<FontState, int> states_;
+    struct Code {
+        int faces = 0;  // that have it
+        Mark worst = Mark::eNote;
+    };
+    std::map<int, Code> codes_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -18,6 +19,8 @@ struct TableColumn {
     int from;   ///< shown only on terminals with at least so many columns
     Align align = Align::eLeft;
     Cut cut = Cut::eEnd;
+    static constexpr int kAlways = std::numeric_limits<int>::max();
+    int below = kAlways;  ///< shown only on terminals with fewer columns
 };
 
 enum class Mark { ePlain, eError, eWarning, eNote };
@@ -25,6 +28,7 @@ enum class Mark { ePlain, eError, eWarning, eNote };
 struct Cell {
     std::string text;  ///< bytes as stored; the formats make them safe
     Mark mark = Mark::ePlain;
+    std::string brief = {};  ///< in the place of a text that would have to be cut
 };
 
 using Row = std::vector<Cell>;

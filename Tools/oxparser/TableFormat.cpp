@@ -39,9 +39,13 @@ TableFormat::TableFormat(const std::vector<TableColumn>& columns, Output& output
 void TableFormat::layOut(int terminalWidth) {
     int left = terminalWidth;
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        if (!cutting_ || terminalWidth >= columns_[i].from) {
-            slots_.push_back({i, cutting_ ? columns_[i].least : columns_[i].most});
-            left -= columns_[i].least + kGap;
+        const TableColumn& column = columns_[i];
+        // What is shown on narrow terminals only stands in for another column.
+        const bool isShown = cutting_ ? terminalWidth >= column.from && terminalWidth < column.below
+                                      : column.below == TableColumn::kAlways;
+        if (isShown) {
+            slots_.push_back({i, cutting_ ? column.least : column.most});
+            left -= column.least + kGap;
         }
     }
     left += kGap;
@@ -99,6 +103,9 @@ std::string TableFormat::line(const Row& row) const {
         const Cell& cell = row.at(slot.column);
         std::string value = safeText(cell.text);
         if (cutting_) {
+            if (!cell.brief.empty() && displayWidth(value) > slot.width) {
+                value = safeText(cell.brief);
+            }
             value = cutToWidth(value, slot.width, column.cut);
         }
         const int pad = std::max(0, slot.width - displayWidth(value));

@@ -28,7 +28,8 @@ class ModernImport : public testing::Test {
 
     // A record of a file below "in", which names partners in its folder.
     void add(const std::string& file, const std::string& family,
-             const std::vector<std::string>& partners = {}, const std::string& foundry = "Acme") {
+             const std::vector<std::string>& partners = {}, const std::string& foundry = "Acme",
+             const std::string& format = "truetype") {
         const fs::path path = folder.path() / "in" / file;
         const auto font = boost::make_shared<OxFont>();
         font->setAttribute(eFontFilePath, path.parent_path().string());
@@ -39,6 +40,7 @@ class ModernImport : public testing::Test {
         for (const std::string& partner : partners) {
             list.emplace_back((path.parent_path() / partner).string());
         }
+        font->setProperty("format", format);
         font->setProperty("printerFonts", list);
         importer->fontProgress(1, 1, font);
     }
@@ -55,30 +57,38 @@ class ModernImport : public testing::Test {
     std::vector<std::string> copies;
 };
 
-TEST_F(ModernImport, PartnersGoWhereTheFirstRecordThatNamesThemGoes) {
-    for (const char* name : {"Chart", "Chart.suit", "a.afm", "a.inf", "a.pfb", "x.ttc", "z.suit"}) {
+TEST_F(ModernImport, PartnersGoTogetherByTheirBestRecord) {
+    for (const char* name : {"Chart", "Chart.suit", "a.afm", "a.inf", "a.pfb", "x.ttc", "z.suit",
+                             "b.afm", "b.pfb", "c.pfm", "c.pfb"}) {
         folder.write(std::string("in/") + name, name);
     }
-    add("Chart", "Charter", {}, "Bitstream");                  // before what names it
-    add("Chart.suit", "Charter", {"Chart", "gone"}, "Apple");  // the latter is not there
-    add("a.afm", "Avant", {"a.pfb"}, "Unknown");
-    add("a.pfb", "Avant Garde", {"a.afm", "a.inf"});
-    add("x.ttc", "One");
+    add("Chart", "Charter", {}, "Bitstream", "type1");                   // before what names it
+    add("Chart.suit", "Chart", {"Chart", "gone"}, "Unknown", "bitmap");  // the latter is not there
+    add("a.afm", "Avant", {"a.pfb"}, "Adobe", "metrics");
+    add("a.pfb", "Avant Garde", {"a.afm", "a.inf"}, "Unknown", "type1");
+    add("b.afm", "Bodoni", {"b.pfb"}, "Adobe", "metrics");
+    add("b.pfb", "", {"b.afm"}, "Unknown", "type1");
+    add("c.pfm", "", {"c.pfb"}, "Unknown", "metrics");
+    add("c.pfb", "", {}, "Adobe", "type1");
+    add("x.ttc", "One", {}, "Unknown");
     add("x.ttc", "Two");
-    add("z.suit", "Zapf", {"Chart"});  // has gone with the first
+    add("z.suit", "Zapf", {"Chart"}, "Acme", "bitmap");  // shares it with the other suitcase
     EXPECT_THAT(
         place(),
-        ElementsAre("copied Chart C/Charter/Apple/Chart",
-                    "copied Chart.suit C/Charter/Apple/Chart.suit",
-                    "copied a.afm A/Avant/Unknown/a.afm", "copied a.pfb A/Avant/Unknown/a.pfb",
-                    "copied a.inf A/Avant/Unknown/a.inf", "copied x.ttc O/One/Acme/x.ttc",
-                    "same-file x.ttc O/One/Acme/x.ttc", "copied z.suit Z/Zapf/Acme/z.suit"));
+        ElementsAre(
+            "copied Chart C/Charter/Bitstream/Chart",
+            "copied Chart.suit C/Charter/Bitstream/Chart.suit",
+            "copied a.afm A/Avant Garde/Unknown/a.afm", "copied a.pfb A/Avant Garde/Unknown/a.pfb",
+            "copied a.inf A/Avant Garde/Unknown/a.inf", "copied b.afm B/Bodoni/Adobe/b.afm",
+            "copied b.pfb B/Bodoni/Adobe/b.pfb", "copied c.pfm Unknown/c.pfm",
+            "copied c.pfb Unknown/c.pfb", "copied x.ttc T/Two/Acme/x.ttc",
+            "same-file x.ttc T/Two/Acme/x.ttc", "copied z.suit C/Charter/Bitstream/z.suit"));
     restart();
-    add("a.afm", "Avant", {"a.pfb"}, "Unknown");
-    add("a.pfb", "Avant Garde", {"a.afm", "a.inf"});
-    EXPECT_THAT(place(),
-                ElementsAre("same a.afm A/Avant/Unknown/a.afm", "same a.pfb A/Avant/Unknown/a.pfb",
-                            "same a.inf A/Avant/Unknown/a.inf"));
+    add("a.afm", "Avant", {"a.pfb"}, "Adobe", "metrics");
+    add("a.pfb", "Avant Garde", {"a.afm", "a.inf"}, "Unknown", "type1");
+    EXPECT_THAT(place(), ElementsAre("same a.afm A/Avant Garde/Unknown/a.afm",
+                                     "same a.pfb A/Avant Garde/Unknown/a.pfb",
+                                     "same a.inf A/Avant Garde/Unknown/a.inf"));
 }
 
 TEST_F(ModernImport, NamesAreSafeAndEqualButForCaseShareAFolder) {

@@ -40,6 +40,8 @@ TEST(SafeNames, AreTakenByEveryFileSystem) {
         {"\xED\xA0\x80", "\xC3\xAD\xC2\xA0_", "\xC3\xAD\xC2\xA0_"},        // half a pair
         {"<\xCC\xB8", "\xE2\x89\xAE", "\xE2\x89\xAE"},  // no "<" any more once composed
         {"\xE6\x98\x8E\xE6\x9C\x9D", "\xE6\x98\x8E\xE6\x9C\x9D", "\xE6\x98\x8E\xE6\x9C\x9D"},
+        {"\u202Efdp.\u200Btxt", "_fdp._txt", "_fdp._txt"},  // turned and unseen
+        {"\u0645\u200C\u0627", "\u0645\u200C\u0627", "\u0645\u200C\u0627"},
         {times(121, "a"), times(120, "a"), times(120, "a")},
         {times(119, "a") + ".ttf", times(119, "a"), times(116, "a") + ".ttf"},
         {"a" + times(60, "\xC3\xA9"), "a" + times(59, "\xC3\xA9"), "a" + times(59, "\xC3\xA9")},
