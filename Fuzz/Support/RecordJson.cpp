@@ -7,14 +7,14 @@
 #include <vector>
 
 #include "Check.h"
-#include "FontResult.h"
+#include "ModernResult.h"
 
 namespace {
 
 // The program's own form of a record, without its tables.
-class JsonResult : public FontResult {
+class JsonResult : public ModernResult {
   public:
-    explicit JsonResult(const OxFont& font) : FontResult(boost::make_shared<OxFont>(font)) {}
+    explicit JsonResult(const OxFont& font) : ModernResult(boost::make_shared<OxFont>(font)) {}
     std::vector<Row> tableRows() const override { return {}; }
     std::vector<Row> csvRows() const override { return {}; }
 };
@@ -40,9 +40,12 @@ bool standsFor(const std::string& text, const std::string& bytes) {
 }  // namespace
 
 void checkJson(const OxFont& font) {
-    const std::string line = JsonResult(font).json().dump();
+    const JsonResult result(font);
+    const std::string line = result.jsonText();
     check(line.find_first_of("\r\n") == std::string::npos, "one line of JSON");
     const nlohmann::json read = nlohmann::json::parse(line);
+    check(read == nlohmann::json(result.json()), "the same text and tree");
+    check(read.at("properties").size() == font.properties().size(), "all properties in JSON");
     const nlohmann::json& attributes = read.at("attributes");
     check(attributes.size() == font.attributes().size(), "all attributes in JSON");
     for (const auto& [key, value] : font.attributes()) {
