@@ -10,4 +10,4 @@
 OXPARSER_EXPORT std::span<const std::string_view> propertyNames();
 
 /// The place of a name in that order; that behind all of them for any other name.
-std::size_t propertyRank(std::string_view name);
+OXPARSER_EXPORT std::size_t propertyRank(std::string_view name);

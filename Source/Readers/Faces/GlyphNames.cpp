@@ -36,10 +36,10 @@ constexpr std::size_t textSize() {
     return size;
 }
 
-// The list for lookup: an open hash table without a pointer in it, made by the compiler.
+// The list for lookup: an open hash table without a pointer in it.
 class GlyphListIndex {
   public:
-    constexpr GlyphListIndex() {
+    GlyphListIndex() {
         slots_.fill(kEmpty);
         std::size_t end = 0;
         for (std::size_t i = 0; i < kNames; ++i) {
@@ -80,7 +80,11 @@ class GlyphListIndex {
 };
 static_assert(textSize() <= 0xFFFF);
 
-constexpr GlyphListIndex kIndex;
+// Made on first use: more steps than clang lets a constant take.
+const GlyphListIndex& listIndex() {
+    static const GlyphListIndex index;
+    return index;
+}
 
 constexpr bool isUpperHexadecimal(std::string_view digits) {
     for (const char c : digits) {
@@ -107,7 +111,7 @@ char32_t characterOf(std::string_view digits) {
 char32_t glyphNameCharacter(std::string_view name) {
     const NameHash hashed(name);
     name = name.substr(0, hashed.size);
-    if (const char32_t listed = kIndex.find(name, hashed.hash)) {
+    if (const char32_t listed = listIndex().find(name, hashed.hash)) {
         return listed;
     }
     // Names of several components have a low line in them, which is no digit.

@@ -46,7 +46,7 @@ TEST(OxFontReader, TellsWhatCannotBeRead) {
         {"garbled", "error 20516"},
         {"large.ttf", kTooLarge},
         {"large", kTooLarge},
-        {"large.pfb", kTooLarge + std::string("; note 20002 .pfb")},
+        {"large.pfb", kTooLarge + std::string("; note 20002 named .pfb")},
         {"pipe", "none"},
         {"pipe.ttf", "error 20004 cannot read the file: Operation not supported"},
         {"link", "none"},
