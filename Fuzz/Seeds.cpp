@@ -212,7 +212,8 @@ void addReaders(Seeds& seeds) {
                          {"kerning", kerningFont().build()},
                          {"shared", seeds["Collection"]["shared"]}};
     seeds["WoffFace"] = {{"sound", woffOf(sound)}};
-    seeds["Woff2Face"] = {{"sound", woff2Of(adjusted(soundFont().table("loca", Bytes(10)).table("glyf", Bytes(2))))}};
+    seeds["Woff2Face"] = {
+        {"sound", woff2Of(adjusted(soundFont().table("loca", Bytes(10)).table("glyf", Bytes(2))))}};
     seeds["Type1Face"] = {
         {"pfb", pfbFile(acmeType1Text())}, {"text", bytesOf(type1Program())}, {"cff", bareCff}};
     seeds["MetricsFace"] = {{"pfm", PfmBuilder().bytes()}, {"sound-afm", bytesOf(kAfm)}};

@@ -1,9 +1,9 @@
 #include "OxFont.h"
 
 #include <algorithm>
-#include <iterator>
 #include <array>
 #include <boost/assign/list_of.hpp>
+#include <iterator>
 #include <locale>
 #include <new>
 #include <sstream>

@@ -34,7 +34,7 @@ struct SfntField {
     enum Kind { eU16, eS16, eU32, eFixed, eDate };
 
     SfntTag table;
-    const char* name;  // as the specification has it
+    const char* name;  // as OpenType names it
     std::uint32_t offset;
     Kind kind;
 };
